@@ -1,0 +1,62 @@
+// Checks shared by every function that takes a bitmap record: the record
+// sizes of this build, the tests for the fields of the full form, and the
+// common order of validation (NULL, structure size, allocation).
+#pragma once
+#include <cstddef>
+#include <cstdint>
+
+#include "ruvokit/rvstatus.h"
+#include "ruvokit/rvtypes.h"
+
+namespace rv {
+
+constexpr uint32_t kRecordSize = RV_BITMAPRECORD_SIZE;
+constexpr uint32_t kRecordSizeOld = RV_BITMAPRECORD_SIZE_OLD;
+
+// The layout of this build (x86-64). The 32-bit layout is checked by a
+// compile-only test.
+static_assert(sizeof(void *) != 8 || kRecordSize == 296);
+static_assert(sizeof(void *) != 8 || kRecordSizeOld == 232);
+static_assert(sizeof(void *) != 8 || offsetof(BITMAPRECORD, uSize64) == 256);
+static_assert(sizeof(void *) != 8 || offsetof(BITMAPRECORD, nLockCount) == 272);
+static_assert(sizeof(void *) != 8 || sizeof(BITMAPDATACALLBACKS) == 88);
+static_assert(sizeof(void *) != 8 || sizeof(BITMAPALLOCINFO) == 56);
+static_assert(sizeof(GLOBALMEMORYTHRESHOLDS) == 12);
+static_assert(sizeof(RGBQUAD) == 4 && sizeof(RGBQUAD16) == 8);
+static_assert(sizeof(RECT) == 16 && sizeof(POINT) == 8);
+
+inline bool valid_record_size(uint32_t size) noexcept {
+  return size == kRecordSize || size == kRecordSizeOld;
+}
+
+// The record reaches far enough to hold pLUT16 and pPaintLUT16.
+inline bool has_lut16_fields(const BITMAPRECORD *bitmap) noexcept {
+  return bitmap->uStructSize > offsetof(BITMAPRECORD, pLUT16);
+}
+// The record reaches far enough to hold uSize64.
+inline bool has_size64_field(const BITMAPRECORD *bitmap) noexcept {
+  return bitmap->uStructSize > offsetof(BITMAPRECORD, uSize64);
+}
+
+inline bool is_allocated(const BITMAPRECORD *bitmap) noexcept {
+  return (bitmap->uFlags & BITMAPFLAG_ALLOCATED) != 0;
+}
+
+// What a NULL record gives: the older functions say ERROR_INVALID_PARAMETER,
+// the newer ERROR_NULL_POINTER, and those that need data ERROR_INVALID_IMAGE.
+enum class NullRecord : int32_t {
+  InvalidParameter = ERROR_INVALID_PARAMETER,
+  NullPointer = ERROR_NULL_POINTER,
+  InvalidImage = ERROR_INVALID_IMAGE,
+};
+
+// NULL, then the structure size, then (when asked) allocation.
+inline int32_t check_record(const BITMAPRECORD *bitmap, NullRecord null_code,
+                            bool need_allocated) noexcept {
+  if (bitmap == nullptr) return static_cast<int32_t>(null_code);
+  if (!valid_record_size(bitmap->uStructSize)) return ERROR_INVALID_STRUCT_SIZE;
+  if (need_allocated && !is_allocated(bitmap)) return ERROR_INVALID_IMAGE;
+  return SUCCESS;
+}
+
+}  // namespace rv
