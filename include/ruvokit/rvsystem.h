@@ -38,6 +38,22 @@ RV_API const char16_t *Rv_SkipPath(const char16_t *pszPath) RV_NOEXCEPT;
 /* TRUE unless pszPath names an existing file (a directory doesn't count). */
 RV_API int32_t Rv_IsMissingFile(const char16_t *pszPath) RV_NOEXCEPT;
 
+/* --- status-code messages -------------------------------------------------------- */
+/* The message of any status code of the toolkit, copied to pszMessage with at
+ * most uLength characters, its terminator included (nothing when uLength is
+ * 0). Codes of a missing library name the module; with bWithPath the full
+ * path of its file, when the file is found. Codes without a message read
+ * "Internal or Unrecognized Error!". SUCCESS, or ERROR_INVALID_PARAMETER for
+ * a NULL pszMessage. */
+RV_API int32_t Rv_GetFriendlyErrorMessage(int32_t nCode, char16_t *pszMessage, uint32_t uLength,
+                                          int32_t bWithPath) RV_NOEXCEPT;
+
+/* The module a status code points to, for Rv_GetLibName: only the codes of a
+ * missing library point to one. Others give platform 0 and id -1. Either
+ * pointer may be NULL. */
+RV_API void Rv_GetLibIdFromErrorCode(int32_t nCode, uint32_t *puPlatform,
+                                     int32_t *pnLibId) RV_NOEXCEPT;
+
 RV_END_DECLS
 
 #endif /* RUVOKIT_RVSYSTEM_H */
