@@ -148,6 +148,58 @@ RV_API int32_t Rv_PutBitmapRowSegments(BITMAPRECORD *pBitmap, const void *pBuffe
                                        int32_t nCol, const uint32_t *pSegments,
                                        uint32_t uSegmentCount, int32_t bKeepTopBits) RV_NOEXCEPT;
 
+/* --- single pixels ------------------------------------------------------------------- */
+/* The value a pixel read gives on failure. */
+#define RV_PIXEL_COLOR_ERROR ((COLORREF)0x80000000u)
+
+/* The colour of a pixel; RV_PIXEL_COLOR_ERROR on failure. */
+RV_API COLORREF Rv_GetPixelColor(BITMAPRECORD *pBitmap, int32_t nRow, int32_t nCol) RV_NOEXCEPT;
+/* The same, with the pixel's alpha (255 where the depth has none). */
+RV_API COLORREF Rv_IntGetPixelColor(BITMAPRECORD *pBitmap, int32_t nRow, int32_t nCol,
+                                    int32_t *pAlpha) RV_NOEXCEPT;
+RV_API int32_t Rv_PutPixelColor(BITMAPRECORD *pBitmap, int32_t nRow, int32_t nCol,
+                                COLORREF crColor) RV_NOEXCEPT;
+RV_API int32_t Rv_IntPutPixelColor(BITMAPRECORD *pBitmap, int32_t nRow, int32_t nCol,
+                                   COLORREF crColor, int32_t nAlpha) RV_NOEXCEPT;
+/* The raw bytes of one pixel. */
+RV_API int32_t Rv_GetPixelData(BITMAPRECORD *pBitmap, void *pData, int32_t nRow, int32_t nCol,
+                               uint32_t uBytes) RV_NOEXCEPT;
+RV_API int32_t Rv_PutPixelData(BITMAPRECORD *pBitmap, const void *pData, int32_t nRow,
+                               int32_t nCol, uint32_t uBytes) RV_NOEXCEPT;
+
+/* --- duplication, copy, fill and trim ------------------------------------------------ */
+/* Flags of Rv_DupBitmapNewDim and Rv_FreeDuplicateBitmap. */
+#define DUPFLAG_ALLOCATE 0x01u      /* give the new bitmap storage */
+#define DUPFLAG_OWN_PALETTE 0x02u   /* own palette and tables (else shared) */
+#define DUPFLAG_OWN_REGION 0x04u    /* own region (else shared) */
+#define DUPFLAG_OWN_OVERLAYS 0x08u  /* own overlays (else shared) */
+#define DUPFLAG_LOCK_AS_SOURCE 0x40u /* Begin frame; lock as often as the source is */
+#define DUPFLAG_BEGIN_END 0x80u     /* Begin frame and End at once */
+
+RV_API int32_t Rv_DupBitmapNewDim(BITMAPRECORD *pDst, BITMAPRECORD *pSrc, uint32_t uStructSize,
+                                  int32_t nWidth, int32_t nHeight, int32_t nBitsPerPixel,
+                                  uint32_t uFlags) RV_NOEXCEPT;
+RV_API int32_t Rv_FreeDuplicateBitmap(BITMAPRECORD *pBitmap, uint32_t uFlags) RV_NOEXCEPT;
+RV_API int32_t Rv_IntBeginCopyBitmap(BITMAPRECORD *pDst, BITMAPRECORD *pSrc, int32_t nParam,
+                                     uint32_t *puMemory) RV_NOEXCEPT;
+RV_API int32_t Rv_IntEndCopyBitmap(BITMAPRECORD *pBitmap, int32_t nParam) RV_NOEXCEPT;
+RV_API int32_t Rv_CopyBitmapData(BITMAPRECORD *pDst, BITMAPRECORD *pSrc) RV_NOEXCEPT;
+RV_API int32_t Rv_CopyBitmap(BITMAPRECORD *pDst, BITMAPRECORD *pSrc, uint32_t uStructSize) RV_NOEXCEPT;
+RV_API int32_t Rv_CopyBitmap2(BITMAPRECORD *pDst, BITMAPRECORD *pSrc, uint32_t uStructSize,
+                              uint32_t uMemory) RV_NOEXCEPT;
+/* A NULL pDst, or pDst equal to pSrc, copies in place. */
+RV_API int32_t Rv_CopyBitmapRect(BITMAPRECORD *pDst, BITMAPRECORD *pSrc, uint32_t uStructSize,
+                                 int32_t nCol, int32_t nRow, int32_t nWidth,
+                                 int32_t nHeight) RV_NOEXCEPT;
+RV_API int32_t Rv_CopyBitmapRect2(BITMAPRECORD *pDst, BITMAPRECORD *pSrc, uint32_t uStructSize,
+                                  int32_t nCol, int32_t nRow, int32_t nWidth, int32_t nHeight,
+                                  uint32_t uMemory) RV_NOEXCEPT;
+RV_API int32_t Rv_TrimBitmap(BITMAPRECORD *pBitmap, int32_t nCol, int32_t nRow, uint32_t uWidth,
+                             uint32_t uHeight) RV_NOEXCEPT;
+RV_API int32_t Rv_FillBitmap(BITMAPRECORD *pBitmap, COLORREF crColor) RV_NOEXCEPT;
+RV_API int32_t Rv_FillBitmap2(BITMAPRECORD *pBitmap, COLORREF crColor, int32_t nAlpha) RV_NOEXCEPT;
+RV_API int32_t Rv_ClearBitmap(BITMAPRECORD *pBitmap) RV_NOEXCEPT;
+
 RV_END_DECLS
 
 #endif /* RUVOKIT_RVBITMAP_H */
