@@ -30,9 +30,10 @@ uint32_t distances(const RGBQUAD *entries, int32_t count, uint32_t bgr, uint32_t
 
 // --- pixel conversion ------------------------------------------------------------------
 // In place over `width` pixels, in the direction that lets one buffer hold
-// both forms. `swap` exchanges red and blue on the way.
+// both forms. `swap` exchanges red and blue on the way; `red_first` says that
+// the 24-bit side is in red-green-blue order.
 struct Rgb16Layout {
-  uint32_t red_shift;   // 10 or 11 (5-6-5)
+  uint32_t red_shift;   // 10, 0 or 11 (5-6-5)
   uint32_t green_bits;  // 5 or 6
   uint32_t blue_shift;  // 0 or 10
 };
@@ -46,11 +47,10 @@ void rgb48_to_24(uint8_t *buffer, int32_t width, bool swap) noexcept;
 void rgb24_to_16(uint8_t *buffer, int32_t width, Rgb16Layout layout, bool red_first) noexcept;
 void rgb16_to_24(uint8_t *buffer, int32_t width, Rgb16Layout layout, bool red_first) noexcept;
 void rgb24_to_gray8(uint8_t *buffer, int32_t width, bool red_first) noexcept;
+// Indexes of 8 or 1 bits through a table of colours (blue in the low byte).
+void index8_to_24(uint8_t *buffer, int32_t width, const uint32_t *colors, bool red_first) noexcept;
+void index1_to_24(uint8_t *buffer, int32_t width, const uint32_t *colors, bool red_first) noexcept;
 }  // namespace ssse3
-namespace avx2 {
-void rgb24_to_32(uint8_t *buffer, int32_t width, bool swap) noexcept;
-void pal8_to_24(uint8_t *buffer, int32_t width, const uint32_t *table) noexcept;
-}  // namespace avx2
 
 #endif
 
