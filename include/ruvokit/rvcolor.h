@@ -15,8 +15,12 @@
 #define CONVERT_SIGNED 0x100u     /* 16-bit gray words are signed */
 
 /* A colour match tree over a palette: an exact colour-to-index lookup that
- * conversion consults before searching the palette. */
-typedef struct MATCHTREE MATCHTREE;
+ * conversion consults before searching the palette. A zeroed record is an
+ * empty tree; Rv_IntMatchTreeCreate gives it nodes and Rv_IntMatchTreeFree
+ * takes them back. */
+typedef struct MATCHTREE {
+  void *pRoot;
+} MATCHTREE;
 
 /* --- palettes ------------------------------------------------------------------------ */
 /* A palette object: a handle closed with Rv_WinDeleteObject. */
@@ -44,6 +48,14 @@ typedef struct LOGPALETTE {
 #define GRAY_RAMP 1          /* a ramp rising from black */
 #define GRAY_RAMP_INVERTED 2 /* a falling ramp */
 #define GRAY_OTHER 3         /* gray, but no such ramp */
+
+/* A colour match table (a nearest-colour cache) has RV_MATCH_TABLE_ENTRIES
+ * words: the word at RV_MATCH_TABLE_KEY(r, g, b), the top five bits of each
+ * channel, holds 1 + a palette index, or 0 while unknown. */
+#define RV_MATCH_TABLE_ENTRIES 32768
+#define RV_MATCH_TABLE_KEY(r, g, b) \
+  ((((uint32_t)(uint8_t)(r) >> 3) << 10) | (((uint32_t)(uint8_t)(g) >> 3) << 5) | \
+   ((uint32_t)(uint8_t)(b) >> 3))
 
 RV_BEGIN_DECLS
 
@@ -174,6 +186,26 @@ RV_API RGBQUAD16 *Rv_GetLUT16(const BITMAPRECORD *pBitmap, int32_t bForce) RV_NO
 RV_API int32_t Rv_Gray32To8(int32_t nCount, const uint32_t *pSrc, uint8_t *pDst, uint32_t uMask,
                             int32_t nShift, uint32_t uMinLow, uint32_t uMinHigh, uint32_t uMaxLow,
                             uint32_t uMaxHigh) RV_NOEXCEPT;
+
+/* --- match trees and match tables -------------------------------------------------- */
+/* Builds the tree over nColors (1 to 256) entries, replacing what it held. A
+ * colour whose blue (or blue and green) no other entry shares finds that
+ * entry without its other channels being compared. */
+RV_API int32_t Rv_IntMatchTreeCreate(MATCHTREE *pTree, const RGBQUAD *pPalette,
+                                     int32_t nColors) RV_NOEXCEPT;
+/* The index the tree gives the colour, or -1. */
+RV_API int32_t Rv_IntMatchTreeFind(const MATCHTREE *pTree, int32_t nRed, int32_t nGreen,
+                                   int32_t nBlue) RV_NOEXCEPT;
+RV_API int32_t Rv_IntMatchTreeFree(MATCHTREE *pTree) RV_NOEXCEPT;
+
+/* A match table of the palette, every entry answered by Rv_FindPaletteIndex
+ * on the colour of its key; freed with Rv_FreeUserMatchTable. */
+RV_API uint32_t *Rv_CreateUserMatchTable(const RGBQUAD *pPalette, uint32_t uColors) RV_NOEXCEPT;
+RV_API int32_t Rv_FreeUserMatchTable(uint32_t *pTable) RV_NOEXCEPT;
+/* Installs the calling thread's match table, which colour resolution may use
+ * as its nearest-colour cache; returns the former one. The caller keeps
+ * ownership. */
+RV_API uint32_t *Rv_SetUserMatchTable(uint32_t *pTable) RV_NOEXCEPT;
 
 RV_END_DECLS
 
