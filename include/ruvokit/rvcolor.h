@@ -57,6 +57,17 @@ typedef struct LOGPALETTE {
   ((((uint32_t)(uint8_t)(r) >> 3) << 10) | (((uint32_t)(uint8_t)(g) >> 3) << 5) | \
    ((uint32_t)(uint8_t)(b) >> 3))
 
+/* Dithering methods (BITMAPRECORD.nDitheringMethod). */
+#define NO_DITHERING 0
+#define FLOYD_STEIN_DITHERING 1
+#define STUCKI_DITHERING 2
+#define BURKES_DITHERING 3
+#define SIERRA_DITHERING 4
+#define STEVENSON_ARCE_DITHERING 5
+#define JARVIS_DITHERING 6
+#define ORDERED_DITHERING 7
+#define CLUSTERED_DITHERING 8
+
 RV_BEGIN_DECLS
 
 /* --- buffer conversion ------------------------------------------------------------- */
@@ -206,6 +217,28 @@ RV_API int32_t Rv_FreeUserMatchTable(uint32_t *pTable) RV_NOEXCEPT;
  * as its nearest-colour cache; returns the former one. The caller keeps
  * ownership. */
 RV_API uint32_t *Rv_SetUserMatchTable(uint32_t *pTable) RV_NOEXCEPT;
+
+/* --- dithering ----------------------------------------------------------------------- */
+/* A dither run reduces the rows of pBitmap (the source: its width, depth,
+ * order, palette and tables describe the rows that will come) to packed
+ * indices of uColors colours, by the record's nDitheringMethod. Start it,
+ * give Rv_DitherLine every row from the top, then stop it; a run started
+ * again without a stop is lost. pPalette null stands for the fixed palette of
+ * the smallest depth that holds uColors. Palette entries whose reserved byte
+ * has bit 0 or 1 set are never chosen. pColorCache, when given, is a match
+ * table of RV_MATCH_TABLE_ENTRIES that stays the caller's and keeps what the
+ * run learns. nBitsPerPixel (1 to 8) is the depth of the indices written. */
+RV_API int32_t Rv_StartDitheringExt(BITMAPRECORD *pBitmap, const RGBQUAD *pPalette,
+                                    uint32_t uColors, int32_t nBitsPerPixel,
+                                    uint32_t *pColorCache) RV_NOEXCEPT;
+/* As the Ext form, writing indices at the smallest depth that holds uColors. */
+RV_API int32_t Rv_StartDithering(BITMAPRECORD *pBitmap, const RGBQUAD *pPalette,
+                                 uint32_t uColors) RV_NOEXCEPT;
+/* One row: pDstRow receives the packed indices; only their bits change. A
+ * wide-gamut source row is left brought out of that order. */
+RV_API int32_t Rv_DitherLine(BITMAPRECORD *pBitmap, void *pSrcRow, void *pDstRow) RV_NOEXCEPT;
+/* Ends the run; SUCCESS also when there is none. */
+RV_API int32_t Rv_StopDithering(BITMAPRECORD *pBitmap) RV_NOEXCEPT;
 
 RV_END_DECLS
 
