@@ -240,6 +240,14 @@ RV_API int32_t Rv_DitherLine(BITMAPRECORD *pBitmap, void *pSrcRow, void *pDstRow
 /* Ends the run; SUCCESS also when there is none. */
 RV_API int32_t Rv_StopDithering(BITMAPRECORD *pBitmap) RV_NOEXCEPT;
 
+/* --- colour counts --------------------------------------------------------------------- */
+/* Counts the distinct colours of the bitmap inside its region. With pPalette,
+ * *puCount says on entry how many entries it has room for, and they receive
+ * the colours in order of first appearance; past that room the count stops
+ * at room + 1. */
+RV_API int32_t Rv_GetBitmapColorCountExt(BITMAPRECORD *pBitmap, uint32_t *puCount,
+                                         RGBQUAD *pPalette) RV_NOEXCEPT;
+
 RV_END_DECLS
 
 #endif /* RUVOKIT_RVCOLOR_H */
