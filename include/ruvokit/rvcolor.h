@@ -248,6 +248,20 @@ RV_API int32_t Rv_StopDithering(BITMAPRECORD *pBitmap) RV_NOEXCEPT;
 RV_API int32_t Rv_GetBitmapColorCountExt(BITMAPRECORD *pBitmap, uint32_t *puCount,
                                          RGBQUAD *pPalette) RV_NOEXCEPT;
 
+/* --- optimised palettes ---------------------------------------------------------------- */
+/* An optimised palette of at most *puColors colours for the bitmap. pPalette
+ * has room for the larger of *puColors and uMaxColors entries: when the
+ * bitmap's own colours, less those of pFixedColors, fit in *puColors (and
+ * its colours are no more than uMaxColors), they are the result, sorted, with
+ * *pbReduced 0 and *puColors their count. Otherwise the colours are
+ * quantised, *pbReduced is 1 and entries that no colour needed stay black.
+ * ppMatchTable (may be null) receives a match table of the result when a
+ * quantisation ran, else null; free it with Rv_FreeUserMatchTable. */
+RV_API int32_t Rv_CreateBitmapOptPal(BITMAPRECORD *pBitmap, RGBQUAD *pPalette, uint32_t *puColors,
+                                     uint32_t uMaxColors, const RGBQUAD *pFixedColors,
+                                     uint32_t uFixedColors, uint32_t **ppMatchTable,
+                                     int32_t *pbReduced, int32_t bFast) RV_NOEXCEPT;
+
 RV_END_DECLS
 
 #endif /* RUVOKIT_RVCOLOR_H */
