@@ -2,6 +2,7 @@
 # line, '#' starts a comment, one file per subsystem. A version script is made
 # from it at configure time, so nothing outside the list is ever exported.
 file(GLOB RV_EXPORT_LISTS CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/exports/*.txt)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${RV_EXPORT_LISTS})
 set(RV_EXPORT_LIST ${PROJECT_BINARY_DIR}/rvkrn.exports)
 set(RV_VERSION_SCRIPT ${PROJECT_BINARY_DIR}/rvkrn.map)
 

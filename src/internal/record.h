@@ -59,4 +59,23 @@ inline int32_t check_record(const BITMAPRECORD *bitmap, NullRecord null_code,
   return SUCCESS;
 }
 
+// The data size: uSize32 (high word zero) in the older form, uSize64 in the
+// full form.
+inline uint64_t bitmap_size(const BITMAPRECORD *bitmap) noexcept {
+  return has_size64_field(bitmap) ? bitmap->uSize64 : bitmap->uSize32;
+}
+
+// Records the data size. The full form takes any size; the older form refuses
+// one above 0xFFFF0000 with ERROR_NOT_ENOUGH_MEMORY, leaving 0xFFFF0000.
+int32_t set_bitmap_size(BITMAPRECORD *bitmap, uint64_t size) noexcept;
+
+// nHeight x nBytesPerLine in 64 bits: the size of every flat form.
+inline uint64_t flat_size(const BITMAPRECORD *bitmap) noexcept {
+  return static_cast<uint64_t>(static_cast<uint32_t>(bitmap->nHeight)) *
+         static_cast<uint32_t>(bitmap->nBytesPerLine);
+}
+
 }  // namespace rv
+
+// The size helper under its interface name (internal, not exported).
+int32_t Rv_IntSetBitmapSize(BITMAPRECORD *pBitmap, uint32_t uSizeLow, uint32_t uSizeHigh) noexcept;

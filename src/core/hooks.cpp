@@ -1,0 +1,39 @@
+#include "internal/bitmap_hooks.h"
+
+#include <atomic>
+
+#include "ruvokit/rvplatform.h"
+
+namespace rv::hooks {
+
+namespace {
+std::atomic<RegionFree> g_region_free{nullptr};
+std::atomic<OverlaysFree> g_overlays_free{nullptr};
+std::atomic<bool> g_lock_tracing{false};
+}  // namespace
+
+void set_region_free(RegionFree fn) noexcept { g_region_free.store(fn); }
+void set_overlays_free(OverlaysFree fn) noexcept { g_overlays_free.store(fn); }
+
+void free_region(BITMAPRECORD *bitmap) noexcept {
+  if (bitmap->pRgnInfo != nullptr) {
+    if (RegionFree fn = g_region_free.load()) fn(bitmap->pRgnInfo);
+  }
+  bitmap->pRgnInfo = nullptr;
+}
+
+void free_overlays(BITMAPRECORD *bitmap) noexcept {
+  if (bitmap->hOverlays != nullptr) {
+    if (OverlaysFree fn = g_overlays_free.load()) fn(bitmap->hOverlays);
+  }
+  bitmap->hOverlays = nullptr;
+}
+
+bool lock_tracing() noexcept { return g_lock_tracing.load(std::memory_order_relaxed); }
+void set_lock_tracing(bool on) noexcept { g_lock_tracing.store(on, std::memory_order_relaxed); }
+
+void trace_lock_count(const char *function, int32_t count, const char *line_end) noexcept {
+  Trace(function, "pBitmap->nLockCount = %d%s", count, line_end);
+}
+
+}  // namespace rv::hooks
