@@ -869,6 +869,9 @@ void run_24_to_16(const Plan &p, uint8_t *row, uint32_t n) noexcept {
 void run_16_to_24(const Plan &p, uint8_t *row, uint32_t n) noexcept {
   kernels::ssse3::rgb16_to_24(row, static_cast<int32_t>(n), kernel_layout(p.src_layout), p.dst_red_first);
 }
+void run_16_to_24_avx2(const Plan &p, uint8_t *row, uint32_t n) noexcept {
+  kernels::avx2::rgb16_to_24(row, static_cast<int32_t>(n), kernel_layout(p.src_layout), p.dst_red_first);
+}
 void run_24_to_gray8(const Plan &p, uint8_t *row, uint32_t n) noexcept {
   kernels::ssse3::rgb24_to_gray8(row, static_cast<int32_t>(n), p.src_red_first);
 }
@@ -900,7 +903,9 @@ detail::KernelFn kernel_of(const Plan &p) noexcept {
   }
   if (s == SourceClass::Rgb32 && d == DestClass::Rgb24) return &run_32_to_24;
   if (s == SourceClass::Rgb48 && d == DestClass::Rgb24) return &run_48_to_24;
-  if (s == SourceClass::Rgb16 && d == DestClass::Rgb24) return &run_16_to_24;
+  if (s == SourceClass::Rgb16 && d == DestClass::Rgb24) {
+    return simd::level() == simd::Level::Avx2 ? &run_16_to_24_avx2 : &run_16_to_24;
+  }
   if (s == SourceClass::Palette && d == DestClass::Rgb24) {
     if (p.src_pixel_bits == 8) return &run_index8_to_24;
     if (p.src_pixel_bits == 1) return &run_index1_to_24;

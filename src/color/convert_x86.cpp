@@ -78,6 +78,31 @@ inline void copy3(uint8_t *d, const uint8_t *s, bool swap) noexcept {
   d[2] = swap ? b0 : b2;
 }
 
+// 16-bit colour to 24 bits, one pixel.
+inline void pixel16_to_24(uint8_t *d, const uint8_t *s, const Rgb16Layout &l, bool red_first) noexcept {
+  const uint32_t w = channels::load16(s);
+  const uint32_t r5 = (w >> l.red_shift) & 31, b5 = (w >> l.blue_shift) & 31;
+  const uint32_t g = (w >> 5) & ((1u << l.green_bits) - 1);
+  const uint8_t c[3] = {channels::widen5(b5), l.green_bits == 6 ? channels::widen6(g) : channels::widen5(g),
+                        channels::widen5(r5)};
+  copy3(d, c, red_first);
+}
+
+// Bytes b0 g0 r0 b1 ... of 8 pixels from first = [b0..b7 g0..g7] and
+// last = [r0..r7]: the first 16 bytes and the last 8.
+inline __m128i interleave_lo_first() noexcept {
+  return _mm_setr_epi8(0, 8, -128, 1, 9, -128, 2, 10, -128, 3, 11, -128, 4, 12, -128, 5);
+}
+inline __m128i interleave_lo_last() noexcept {
+  return _mm_setr_epi8(-128, -128, 0, -128, -128, 1, -128, -128, 2, -128, -128, 3, -128, -128, 4, -128);
+}
+inline __m128i interleave_hi_first() noexcept {
+  return _mm_setr_epi8(13, -128, 6, 14, -128, 7, 15, -128, -128, -128, -128, -128, -128, -128, -128, -128);
+}
+inline __m128i interleave_hi_last() noexcept {
+  return _mm_setr_epi8(-128, 5, -128, -128, 6, -128, -128, 7, -128, -128, -128, -128, -128, -128, -128, -128);
+}
+
 }  // namespace
 
 namespace ssse3 {
@@ -221,19 +246,14 @@ RV_SSSE3 void rgb24_to_16(uint8_t *buffer, int32_t width, Rgb16Layout layout, bo
 RV_SSSE3 void rgb16_to_24(uint8_t *buffer, int32_t width, Rgb16Layout layout, bool red_first) noexcept {
   const auto n = static_cast<size_t>(width);
   const uint8_t *src = move_to_end(buffer, 2 * n, 3 * n);
-  const uint32_t green_mask = (1u << layout.green_bits) - 1;
   const __m128i five = _mm_set1_epi16(31);
-  const __m128i green_bits = _mm_set1_epi16(static_cast<int16_t>(green_mask));
+  const __m128i green_bits = _mm_set1_epi16(static_cast<int16_t>((1 << layout.green_bits) - 1));
   const __m128i red_shift = _mm_cvtsi32_si128(static_cast<int>(layout.red_shift));
   const __m128i blue_shift = _mm_cvtsi32_si128(static_cast<int>(layout.blue_shift));
   const __m128i green_up = _mm_cvtsi32_si128(static_cast<int>(8 - layout.green_bits));
   const __m128i green_down = _mm_cvtsi32_si128(static_cast<int>(2 * layout.green_bits - 8));
-  // Bytes b0 g0 r0 b1 ... of 8 pixels from first = [b0..b7 g0..g7] and
-  // last = [r0..r7].
-  const __m128i lo_first = _mm_setr_epi8(0, 8, -128, 1, 9, -128, 2, 10, -128, 3, 11, -128, 4, 12, -128, 5);
-  const __m128i lo_last = _mm_setr_epi8(-128, -128, 0, -128, -128, 1, -128, -128, 2, -128, -128, 3, -128, -128, 4, -128);
-  const __m128i hi_first = _mm_setr_epi8(13, -128, 6, 14, -128, 7, 15, -128, -128, -128, -128, -128, -128, -128, -128, -128);
-  const __m128i hi_last = _mm_setr_epi8(-128, 5, -128, -128, 6, -128, -128, 7, -128, -128, -128, -128, -128, -128, -128, -128);
+  const __m128i lo_first = interleave_lo_first(), lo_last = interleave_lo_last();
+  const __m128i hi_first = interleave_hi_first(), hi_last = interleave_hi_last();
   size_t i = 0;
   for (; i + 8 <= n; i += 8) {
     const __m128i w = load(src + 2 * i);
@@ -250,15 +270,7 @@ RV_SSSE3 void rgb16_to_24(uint8_t *buffer, int32_t width, Rgb16Layout layout, bo
     store(d, _mm_or_si128(_mm_shuffle_epi8(first, lo_first), _mm_shuffle_epi8(last, lo_last)));
     _mm_storel_epi64(reinterpret_cast<__m128i *>(d + 16), out_hi);
   }
-  for (; i < n; ++i) {
-    const uint32_t w = channels::load16(src + 2 * i);
-    const uint32_t r5 = (w >> layout.red_shift) & 31, b5 = (w >> layout.blue_shift) & 31;
-    const uint32_t g = (w >> 5) & green_mask;
-    const uint8_t c[3] = {channels::widen5(b5),
-                          layout.green_bits == 6 ? channels::widen6(g) : channels::widen5(g),
-                          channels::widen5(r5)};
-    copy3(buffer + 3 * i, c, red_first);
-  }
+  for (; i < n; ++i) pixel16_to_24(buffer + 3 * i, src + 2 * i, layout, red_first);
 }
 
 // 24 bits to 8-bit gray: (5 G + 2 R + B + 4) >> 3.
@@ -284,9 +296,18 @@ RV_SSSE3 void rgb24_to_gray8(uint8_t *buffer, int32_t width, bool red_first) noe
   }
 }
 
-// 8-bit indexes to 24 bits through a table of colours (blue in the low byte):
-// four pixels make three little-endian words.
-void index8_to_24(uint8_t *buffer, int32_t width, const uint32_t *colors, bool red_first) noexcept {
+// 8-bit indexes to 24 bits through a table of colours (blue in the low
+// byte): four entries make a vector, whose 12 colour bytes four at a time
+// are stored as 48.
+RV_SSSE3 inline __m128i four_colors(const uint32_t *table, const uint8_t *at) noexcept {
+  const __m128i c0 = _mm_cvtsi32_si128(static_cast<int>(table[at[0]]));
+  const __m128i c1 = _mm_cvtsi32_si128(static_cast<int>(table[at[1]]));
+  const __m128i c2 = _mm_cvtsi32_si128(static_cast<int>(table[at[2]]));
+  const __m128i c3 = _mm_cvtsi32_si128(static_cast<int>(table[at[3]]));
+  return _mm_unpacklo_epi64(_mm_unpacklo_epi32(c0, c1), _mm_unpacklo_epi32(c2, c3));
+}
+
+RV_SSSE3 void index8_to_24(uint8_t *buffer, int32_t width, const uint32_t *colors, bool red_first) noexcept {
   const auto n = static_cast<size_t>(width);
   uint32_t table[256];
   for (int i = 0; i < 256; ++i) {
@@ -294,15 +315,12 @@ void index8_to_24(uint8_t *buffer, int32_t width, const uint32_t *colors, bool r
     table[i] = red_first ? ((c >> 16) & 0xFF) | (c & 0xFF00) | ((c & 0xFF) << 16) : c & 0xFFFFFF;
   }
   const uint8_t *src = move_to_end(buffer, n, 3 * n);
+  const __m128i pattern = pattern_32_to_24(false);
   size_t i = 0;
-  for (; i + 4 <= n; i += 4) {
-    const uint32_t at = channels::load32(src + i);
-    const uint32_t c0 = table[at & 0xFF], c1 = table[(at >> 8) & 0xFF],
-                   c2 = table[(at >> 16) & 0xFF], c3 = table[at >> 24];
-    uint8_t *d = buffer + 3 * i;
-    channels::store32(d, c0 | (c1 << 24));
-    channels::store32(d + 4, (c1 >> 8) | (c2 << 16));
-    channels::store32(d + 8, (c2 >> 16) | (c3 << 8));
+  for (; i + 16 <= n; i += 16) {
+    Quad24 q;
+    for (int j = 0; j < 4; ++j) q.v[j] = shuffle(four_colors(table, src + i + 4 * j), pattern);
+    store_quad24(buffer + 3 * i, q);
   }
   for (; i < n; ++i) {
     const uint32_t c = table[src[i]];
@@ -373,6 +391,42 @@ RV_AVX2 void rgb24_to_32(uint8_t *buffer, int32_t width, bool swap) noexcept {
     copy3(buffer + 4 * i, src + 3 * i, swap);
     buffer[4 * i + 3] = 0xFF;
   }
+}
+
+RV_AVX2 void rgb16_to_24(uint8_t *buffer, int32_t width, Rgb16Layout layout, bool red_first) noexcept {
+  const auto n = static_cast<size_t>(width);
+  const uint8_t *src = move_to_end(buffer, 2 * n, 3 * n);
+  const __m256i five = _mm256_set1_epi16(31);
+  const __m256i green_bits = _mm256_set1_epi16(static_cast<int16_t>((1 << layout.green_bits) - 1));
+  const __m128i red_shift = _mm_cvtsi32_si128(static_cast<int>(layout.red_shift));
+  const __m128i blue_shift = _mm_cvtsi32_si128(static_cast<int>(layout.blue_shift));
+  const __m128i green_up = _mm_cvtsi32_si128(static_cast<int>(8 - layout.green_bits));
+  const __m128i green_down = _mm_cvtsi32_si128(static_cast<int>(2 * layout.green_bits - 8));
+  const __m256i lo_first = _mm256_broadcastsi128_si256(interleave_lo_first());
+  const __m256i lo_last = _mm256_broadcastsi128_si256(interleave_lo_last());
+  const __m256i hi_first = _mm256_broadcastsi128_si256(interleave_hi_first());
+  const __m256i hi_last = _mm256_broadcastsi128_si256(interleave_hi_last());
+  size_t i = 0;
+  for (; i + 16 <= n; i += 16) {
+    const __m256i w = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(src + 2 * i));
+    const __m256i r5 = _mm256_and_si256(_mm256_srl_epi16(w, red_shift), five);
+    const __m256i b5 = _mm256_and_si256(_mm256_srl_epi16(w, blue_shift), five);
+    const __m256i gn = _mm256_and_si256(_mm256_srli_epi16(w, 5), green_bits);
+    const __m256i r = _mm256_or_si256(_mm256_slli_epi16(r5, 3), _mm256_srli_epi16(r5, 2));
+    const __m256i b = _mm256_or_si256(_mm256_slli_epi16(b5, 3), _mm256_srli_epi16(b5, 2));
+    const __m256i g = _mm256_or_si256(_mm256_sll_epi16(gn, green_up), _mm256_srl_epi16(gn, green_down));
+    // Each 128-bit half holds 8 pixels and gives 24 bytes.
+    const __m256i first = _mm256_packus_epi16(red_first ? r : b, g);
+    const __m256i last = _mm256_packus_epi16(red_first ? b : r, _mm256_setzero_si256());
+    const __m256i lo = _mm256_or_si256(_mm256_shuffle_epi8(first, lo_first), _mm256_shuffle_epi8(last, lo_last));
+    const __m256i hi = _mm256_or_si256(_mm256_shuffle_epi8(first, hi_first), _mm256_shuffle_epi8(last, hi_last));
+    uint8_t *d = buffer + 3 * i;
+    store(d, _mm256_castsi256_si128(lo));
+    _mm_storel_epi64(reinterpret_cast<__m128i *>(d + 16), _mm256_castsi256_si128(hi));
+    store(d + 24, _mm256_extracti128_si256(lo, 1));
+    _mm_storel_epi64(reinterpret_cast<__m128i *>(d + 40), _mm256_extracti128_si256(hi, 1));
+  }
+  for (; i < n; ++i) pixel16_to_24(buffer + 3 * i, src + 2 * i, layout, red_first);
 }
 
 }  // namespace avx2

@@ -53,6 +53,7 @@ void index1_to_24(uint8_t *buffer, int32_t width, const uint32_t *colors, bool r
 }  // namespace ssse3
 namespace avx2 {
 void rgb24_to_32(uint8_t *buffer, int32_t width, bool swap) noexcept;
+void rgb16_to_24(uint8_t *buffer, int32_t width, Rgb16Layout layout, bool red_first) noexcept;
 }  // namespace avx2
 
 #endif
