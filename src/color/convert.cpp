@@ -945,9 +945,21 @@ int32_t Converter::convert(void *buffer, int32_t width) noexcept {
     p.kernel(p, row, count);
   } else {
     Chunk chunk;
-    if (p.dst_pixel_bits > p.src_pixel_bits) {
-      // Growing: from the last chunk to the first, so that no source pixel is
-      // overwritten before it is read.
+    const uint8_t *src = row;
+    const bool grows = p.dst_pixel_bits > p.src_pixel_bits;
+    const bool moved = grows && p.dst_pixel_bits % 8 == 0;
+    if (moved) {
+      // Growing into whole bytes: the source moves to the end of the
+      // destination's bytes and the chunks then go forward, so that no
+      // source pixel is overwritten before it is read and both streams rise.
+      const uint64_t src_bytes = (uint64_t{count} * p.src_pixel_bits + 7) / 8;
+      const uint64_t dst_bytes = uint64_t{count} * (p.dst_pixel_bits / 8);
+      src = row + (dst_bytes - src_bytes);
+      std::memmove(row + (dst_bytes - src_bytes), row, src_bytes);
+    }
+    if (grows && !moved) {
+      // Growing into packed pixels, whose spare bits must stay: from the
+      // last chunk to the first.
       for (uint32_t first = (count - 1) / kChunk * kChunk;; first -= kChunk) {
         const uint32_t n = count - first < kChunk ? count - first : kChunk;
         p.decode(p, row, first, n, chunk);
@@ -957,7 +969,7 @@ int32_t Converter::convert(void *buffer, int32_t width) noexcept {
     } else {
       for (uint32_t first = 0; first < count; first += kChunk) {
         const uint32_t n = count - first < kChunk ? count - first : kChunk;
-        p.decode(p, row, first, n, chunk);
+        p.decode(p, src, first, n, chunk);
         p.encode(p, chunk, row, first, n);
       }
     }
