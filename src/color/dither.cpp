@@ -19,7 +19,7 @@
 #include "color/match.h"
 #include "color/palette.h"
 #include "color/palette_tables.h"
-#include "color/pixel.h"
+#include "color/channels.h"
 #include "internal/memory.h"
 #include "internal/pixels.h"
 #include "internal/record.h"
@@ -57,8 +57,8 @@ inline uint32_t index_of(DitherRun &run, uint32_t r, uint32_t g, uint32_t b) noe
       }
       return run.candidates[i].rgbReserved;
     }
-    case PaletteKind::Fixed2: return pixel::gray(r, g, b) >= 128 ? 1 : 0;
-    case PaletteKind::Fixed4: return pixel::gray(r, g, b) >> 6;
+    case PaletteKind::Fixed2: return channels::gray(r, g, b) >= 128 ? 1 : 0;
+    case PaletteKind::Fixed4: return channels::gray(r, g, b) >> 6;
     case PaletteKind::Fixed8: return ((r >> 7) << 2) | ((g >> 7) << 1) | (b >> 7);
     case PaletteKind::Fixed16: {
       const uint32_t c = ((b >> 7) << 2) | ((g >> 7) << 1) | (r >> 7);
@@ -134,7 +134,7 @@ void threshold_row(DitherRun &run, const uint8_t *src, uint8_t *dst) noexcept {
     const uint32_t threshold = t[x & 7];
     uint32_t index;
     if (run.kind == PaletteKind::Fixed2) {
-      index = pixel::gray(r, g, b) > threshold ? 1 : 0;
+      index = channels::gray(r, g, b) > threshold ? 1 : 0;
     } else if (run.kind == PaletteKind::Fixed16) {
       const uint32_t bits16 = (threshold < b ? 4u : 0u) | (threshold < g ? 2u : 0u) |
                               (threshold < r ? 1u : 0u);

@@ -19,7 +19,7 @@
 #pragma once
 #include <cstdint>
 
-#include "color/pixel.h"
+#include "color/channels.h"
 #include "internal/pixels.h"
 #include "ruvokit/rvtypes.h"
 
@@ -123,12 +123,12 @@ class PixelReader {
 inline uint32_t PixelReader::rgb16(uint32_t w) const noexcept {
   uint32_t red, green, blue;
   if (order_ == ORDER_BGR565) {
-    red = pixel::widen5((w >> 11) & 31);
-    green = pixel::widen6((w >> 5) & 63);
-    blue = pixel::widen5(w & 31);
+    red = channels::widen5((w >> 11) & 31);
+    green = channels::widen6((w >> 5) & 63);
+    blue = channels::widen5(w & 31);
   } else {
-    const uint32_t high = pixel::widen5((w >> 10) & 31), low = pixel::widen5(w & 31);
-    green = pixel::widen5((w >> 5) & 31);
+    const uint32_t high = channels::widen5((w >> 10) & 31), low = channels::widen5(w & 31);
+    green = channels::widen5((w >> 5) & 31);
     red = red_first_ ? low : high;
     blue = red_first_ ? high : low;
   }
