@@ -3,6 +3,7 @@
 #define RUVOKIT_RVCOLOR_H
 
 #include "rvtypes.h"
+#include "rvbitmap.h"
 #include "rvstatus.h"
 
 /* --- buffer conversion ---------------------------------------------------------- */
@@ -261,6 +262,11 @@ RV_API int32_t Rv_CreateBitmapOptPal(BITMAPRECORD *pBitmap, RGBQUAD *pPalette, u
                                      uint32_t uMaxColors, const RGBQUAD *pFixedColors,
                                      uint32_t uFixedColors, uint32_t **ppMatchTable,
                                      int32_t *pbReduced, int32_t bFast) RV_NOEXCEPT;
+/* One optimised palette for every bitmap of the list (of more than one: the
+ * palettes merged when all are of 8 bits or less and their colours fit).
+ * pPalette has room for 256 entries and for *puColors. */
+RV_API int32_t Rv_CreateBitmapListOptPal(HBITMAPLIST hList, RGBQUAD *pPalette, uint32_t *puColors,
+                                         uint32_t **ppMatchTable, int32_t *pbReduced) RV_NOEXCEPT;
 
 RV_END_DECLS
 

@@ -455,3 +455,10 @@ int32_t Rv_CreateBitmapOptPal(BITMAPRECORD *pBitmap, RGBQUAD *pPalette, uint32_t
   return rv::color::optimized_palette(pBitmap, pPalette, puColors, uMaxColors, pFixedColors,
                                       uFixedColors, ppMatchTable, pbReduced, bFast != 0);
 }
+
+int32_t Rv_CreateBitmapListOptPal(HBITMAPLIST hList, RGBQUAD *pPalette, uint32_t *puColors,
+                                  uint32_t **ppMatchTable, int32_t *pbReduced) noexcept {
+  if (hList == nullptr) return ERROR_INVALID_PARAMETER;
+  return rv::color::optimized_palette_of_records(hList->pItems, hList->uCount, pPalette, puColors,
+                                                 ppMatchTable, pbReduced);
+}

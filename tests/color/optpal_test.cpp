@@ -152,30 +152,40 @@ TEST(OptimisedPalette, FullBinsHalveAll) {
   EXPECT_EQ(bins[9], 3u);
 }
 
-TEST(OptimisedPalette, RecordsOfAList) {
-  rvtest::Bitmap a, b;
-  ASSERT_TRUE(rvtest::make(a.get(), 4, 1, 1));
-  ASSERT_TRUE(rvtest::make(b.get(), 4, 1, 1));
-  const RGBQUAD pa[2] = {rgb(9, 0, 0), rgb(1, 0, 0)}, pb[2] = {rgb(1, 0, 0), rgb(5, 0, 0)};
-  ASSERT_EQ(Rv_SetBitmapNewPalette(a.get(), pa, 2), SUCCESS);
-  ASSERT_EQ(Rv_SetBitmapNewPalette(b.get(), pb, 2), SUCCESS);
-  const BITMAPRECORD records[2] = {a.record, b.record};
+TEST(OptimisedPalette, BitmapLists) {
+  HBITMAPLIST list = nullptr;
+  ASSERT_EQ(Rv_CreateBitmapList(&list), SUCCESS);
   RGBQUAD palette[256];
-  uint32_t colors = 3;
+  uint32_t colors = 3, *match = nullptr;
   int32_t reduced = -1;
-  ASSERT_EQ(rv::color::optimized_palette_of_records(records, 2, palette, &colors, nullptr, &reduced), SUCCESS);
+  EXPECT_EQ(Rv_CreateBitmapListOptPal(list, palette, &colors, nullptr, &reduced), ERROR_INVALID_IMAGE);
+  const RGBQUAD pa[2] = {rgb(9, 0, 0), rgb(1, 0, 0)}, pb[2] = {rgb(1, 0, 0), rgb(5, 0, 0)};
+  for (const RGBQUAD *entries : {pa, pb}) {
+    BITMAPRECORD b{};
+    ASSERT_TRUE(rvtest::make(&b, 4, 1, 1));
+    ASSERT_EQ(Rv_SetBitmapNewPalette(&b, entries, 2), SUCCESS);
+    ASSERT_EQ(Rv_InsertBitmapListItem(list, RV_LIST_END, &b), SUCCESS);
+  }
+  // Palettes of 8 bits or less merge when their colours fit.
+  ASSERT_EQ(Rv_CreateBitmapListOptPal(list, palette, &colors, &match, &reduced), SUCCESS);
   EXPECT_EQ(reduced, 0);
   EXPECT_EQ(colors, 3u);
+  EXPECT_EQ(match, nullptr);
   expect_rgb(palette[0], 1, 0, 0, "merged 0");
   expect_rgb(palette[2], 9, 0, 0, "merged 2");
-  colors = 2;  // three colours don't fit: the pixels are quantised
-  uint32_t *match = nullptr;
-  ASSERT_EQ(rv::color::optimized_palette_of_records(records, 2, palette, &colors, &match, &reduced), SUCCESS);
+  // Three colours don't fit in two: the pixels are quantised. All are index
+  // 0, of five-bit reds 1 and 0.
+  colors = 2;
+  ASSERT_EQ(Rv_CreateBitmapListOptPal(list, palette, &colors, &match, &reduced), SUCCESS);
   EXPECT_EQ(reduced, 1);
-  EXPECT_NE(match, nullptr);
+  ASSERT_NE(match, nullptr);
+  EXPECT_EQ(match[RV_MATCH_TABLE_KEY(9, 0, 0)], 2u);
+  expect_rgb(palette[0], 0, 0, 0, "quantised 0");
+  expect_rgb(palette[1], 8, 0, 0, "quantised 1");
   Rv_FreeUserMatchTable(match);
-  EXPECT_EQ(rv::color::optimized_palette_of_records(records, 0, palette, &colors, nullptr, &reduced),
-            ERROR_INVALID_IMAGE);
+  EXPECT_EQ(Rv_CreateBitmapListOptPal(nullptr, palette, &colors, nullptr, &reduced), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(Rv_CreateBitmapListOptPal(list, palette, &colors, nullptr, nullptr), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(Rv_DestroyBitmapList(list), SUCCESS);
 }
 
 TEST(OptimisedPalette, BadInput) {
