@@ -177,6 +177,19 @@ void diffuse_row(DitherRun &run, const uint8_t *src, uint8_t *dst) noexcept {
 
   // carry[k]: what reached pixel x + k so far.
   int32_t carry[margin + 1][3];
+
+  // The error e of channel ch of the pixel at slot p, to its neighbours.
+  auto spread = [&](int32_t e, int32_t ch, size_t p) {
+    if constexpr (m.right != 0) carry[1][ch] += m.right * e;
+    if constexpr (m.right2 != 0) carry[2][ch] += m.right2 * e;
+    for (int32_t k = 0; k <= last; ++k) {
+      int32_t *row = rows[k] + 3 * (p - margin) + ch;
+      for (int32_t d = 0; d <= 2 * margin; ++d) {
+        const int32_t w = m.below[k][d + 3 - margin];
+        if (w != 0) row[3 * d] += w * e;
+      }
+    }
+  };
   for (int32_t k = 0; k <= margin; ++k) take(static_cast<size_t>(margin + k), carry[k]);
 
   for (uint32_t x = 0; x < width; ++x) {
@@ -188,19 +201,11 @@ void diffuse_row(DitherRun &run, const uint8_t *src, uint8_t *dst) noexcept {
     const uint32_t index = index_of(run, static_cast<uint32_t>(r), static_cast<uint32_t>(g),
                                     static_cast<uint32_t>(b));
     const RGBQUAD &q = run.dst_palette[index & 0xFF];
-    const int32_t e[3] = {r - q.rgbRed, g - q.rgbGreen, b - q.rgbBlue};
-
-    for (int32_t ch = 0; ch < 3; ++ch) {
-      if constexpr (m.right != 0) carry[1][ch] += m.right * e[ch];
-      if constexpr (m.right2 != 0) carry[2][ch] += m.right2 * e[ch];
-      for (int32_t k = 0; k <= last; ++k) {
-        int32_t *row = rows[k] + 3 * (p - margin) + ch;
-        for (int32_t d = 0; d <= 2 * margin; ++d) {
-          const int32_t w = m.below[k][d + 3 - margin];
-          if (w != 0) row[3 * d] += w * e[ch];
-        }
-      }
-    }
+    // Channel by channel, in plain integers: packing the three errors into a
+    // vector costs more than it saves on this dependent chain.
+    spread(r - q.rgbRed, 0, p);
+    spread(g - q.rgbGreen, 1, p);
+    spread(b - q.rgbBlue, 2, p);
 
     for (int32_t k = 0; k < margin; ++k) {
       for (int32_t ch = 0; ch < 3; ++ch) carry[k][ch] = carry[k + 1][ch];
