@@ -2,6 +2,7 @@
 // conversion) and match tables (the thread's, and those made from palettes).
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "color/color_records.h"
@@ -67,14 +68,16 @@ TEST(MatchTree, ConversionHitsAndMisses) {
   const uint8_t pixels[] = {60, 50, 70,   // blue, green, red: entry 2 exactly
                             30, 80, 90,   // blue 30 alone: entry 0, though entry 4 is nearer
                             61, 50, 70};  // no blue 61: the search
+  std::vector<RGBQUAD> palette(256, rgb(0, 0, 0));  // an 8-bit destination has 256 entries
+  std::copy(kPalette, kPalette + 5, palette.begin());
   std::vector<uint8_t> buffer(pixels, pixels + 9);
-  ASSERT_EQ(Rv_IntConvertBuffer(buffer.data(), 3, 24, 8, ORDER_BGR, 0, nullptr, kPalette, nullptr, 0,
-                                -1, -1, 0, &t.tree),
+  ASSERT_EQ(Rv_IntConvertBuffer(buffer.data(), 3, 24, 8, ORDER_BGR, 0, nullptr, palette.data(), nullptr,
+                                0, -1, -1, 0, &t.tree),
             SUCCESS);
   EXPECT_EQ(buffer[0], 2);
   EXPECT_EQ(buffer[1], 0);
-  EXPECT_EQ(Rv_FindPaletteIndex(kPalette, 5, 90, 80, 30), 4);
-  EXPECT_EQ(buffer[2], Rv_FindPaletteIndex(kPalette, 5, 70, 50, 61));
+  EXPECT_EQ(Rv_FindPaletteIndex(palette.data(), 256, 90, 80, 30), 4);
+  EXPECT_EQ(buffer[2], Rv_FindPaletteIndex(palette.data(), 256, 70, 50, 61));
 }
 
 TEST(MatchTable, UserTablesAndTheThreadsTable) {
