@@ -1,0 +1,267 @@
+// Right-angle turns: of plain buffers, and of a bitmap into a new record that
+// then takes the old one's place. A quarter turn is a transpose. The source is
+// cut into bands of rows, each of which becomes a strip of columns of the
+// result, and a band moves in blocks of a few columns: the source lines a
+// block reads stay in the cache for the next block, and every result row gets
+// a long run of bytes per band rather than a pixel at a time.
+#include "transform/rotate90.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "core/rowcol.h"
+#include "internal/bitmap_hooks.h"
+#include "internal/pixels.h"
+#include "internal/record.h"
+#include "internal/replace.h"
+#include "ruvokit/rvbitmap.h"
+#include "ruvokit/rvtransform.h"
+#include "transform/rows.h"
+
+namespace rv::xform {
+
+namespace {
+
+constexpr int32_t kBand = 512;  // source rows per band: result columns, a multiple of 8
+constexpr int32_t kBlock = 16;  // source columns per block inside a band
+
+// Rows addressed from a first row and a signed distance, so that the result's
+// rows can be walked either way without a table.
+struct RowWalk {
+  uint8_t *base;
+  int64_t stride;
+  uint8_t *at(int64_t i) const noexcept { return base + i * stride; }
+};
+
+// Pixels of whole bytes: pixel x of in[k] goes to pixel col + k of row x.
+// Pixels of 3 and 6 bytes move as 4 and 8: the bytes written past a pixel
+// belong to the next pixel of the result row, which is written after it, so
+// only the last pixel of a result row and the last of a source row (which
+// might end the buffer) move at their own size.
+template <size_t kBytes>
+void transpose_bytes(const uint8_t *const *in, int32_t n, int32_t width, RowWalk out, int32_t col,
+                     int32_t out_width) noexcept {
+  constexpr size_t kWide = kBytes == 3 ? 4 : kBytes == 6 ? 8 : kBytes;
+  for (int32_t x0 = 0; x0 < width; x0 += kBlock) {
+    const int32_t x1 = std::min(width, x0 + kBlock);
+    for (int32_t k = 0; k < n; ++k) {
+      const uint8_t *src = in[k] + static_cast<size_t>(x0) * kBytes;
+      uint8_t *dst = out.at(x0) + static_cast<size_t>(col + k) * kBytes;
+      const int32_t wide_end = col + k + 1 < out_width ? std::min(x1, width - 1) : x0;
+      int32_t x = x0;
+      for (; x < wide_end; ++x, src += kBytes, dst += out.stride) std::memcpy(dst, src, kWide);
+      for (; x < x1; ++x, src += kBytes, dst += out.stride) std::memcpy(dst, src, kBytes);
+    }
+  }
+}
+
+// The 8 by 8 bit block whose byte i (from the high end) is row i, pixel 0 in
+// the high bit, transposed: byte j then holds pixel j of the eight rows.
+inline uint64_t transpose8(uint64_t x) noexcept {
+  uint64_t t = (x ^ (x >> 7)) & 0x00AA00AA00AA00AAull;
+  x = x ^ t ^ (t << 7);
+  t = (x ^ (x >> 14)) & 0x0000CCCC0000CCCCull;
+  x = x ^ t ^ (t << 14);
+  t = (x ^ (x >> 28)) & 0x00000000F0F0F0F0ull;
+  return x ^ t ^ (t << 28);
+}
+
+// Depth 1: eight rows at a time, a byte of each, become a byte of eight
+// result rows. Of a group short of eight rows only its own bits are written.
+void transpose_bits(const uint8_t *const *in, int32_t n, int32_t width, RowWalk out, int32_t col) noexcept {
+  const int32_t bytes = (width + 7) / 8;
+  for (int32_t k0 = 0; k0 < n; k0 += 8) {
+    const int32_t rows = std::min(8, n - k0);
+    const auto keep = static_cast<uint8_t>(rows == 8 ? 0 : 0xFFu >> rows);
+    const size_t to = static_cast<size_t>(col + k0) / 8;
+    for (int32_t xb = 0; xb < bytes; ++xb) {
+      uint64_t block = 0;
+      for (int32_t i = 0; i < rows; ++i) block |= static_cast<uint64_t>(in[k0 + i][xb]) << (56 - 8 * i);
+      block = transpose8(block);
+      const int32_t last = std::min(8, width - 8 * xb);
+      for (int32_t j = 0; j < last; ++j) {
+        uint8_t *d = out.at(8 * xb + j) + to;
+        const auto bits = static_cast<uint8_t>(block >> (56 - 8 * j));
+        *d = static_cast<uint8_t>((*d & keep) | (bits & ~keep));
+      }
+    }
+  }
+}
+
+// The other packed depths and 12 bits, pixel by pixel.
+void transpose_packed(const uint8_t *const *in, int32_t n, int32_t width, int32_t bits, RowWalk out,
+                      int32_t col) noexcept {
+  for (int32_t x0 = 0; x0 < width; x0 += kBlock) {
+    const int32_t x1 = std::min(width, x0 + kBlock);
+    for (int32_t k = 0; k < n; ++k) {
+      const auto to = static_cast<uint64_t>(col + k);
+      for (int32_t x = x0; x < x1; ++x) {
+        if (bits == 12) {
+          px::put12(out.at(x), to, px::get12(in[k], static_cast<uint64_t>(x)));
+        } else {
+          px::put_packed(out.at(x), bits, to, px::get_packed(in[k], bits, static_cast<uint64_t>(x)));
+        }
+      }
+    }
+  }
+}
+
+// `out_width`: the pixels of a result row.
+void transpose_band(const uint8_t *const *in, int32_t n, int32_t width, int32_t bits, RowWalk out, int32_t col,
+                    int32_t out_width) noexcept {
+  switch (bits) {
+    case 1: transpose_bits(in, n, width, out, col); break;
+    case 8: transpose_bytes<1>(in, n, width, out, col, out_width); break;
+    case 16: transpose_bytes<2>(in, n, width, out, col, out_width); break;
+    case 24: transpose_bytes<3>(in, n, width, out, col, out_width); break;
+    case 32: transpose_bytes<4>(in, n, width, out, col, out_width); break;
+    case 48: transpose_bytes<6>(in, n, width, out, col, out_width); break;
+    case 64: transpose_bytes<8>(in, n, width, out, col, out_width); break;
+    default: transpose_packed(in, n, width, bits, out, col); break;
+  }
+}
+
+// A quarter turn of `height` rows of `width` pixels: the source rows are
+// addressed by `source_row`, the result rows start at `result` with
+// `result_bytes` between them. Clockwise, the last source row becomes the
+// first column and source column x the result's row x; counter-clockwise the
+// first row becomes the first column and column x the row width - 1 - x.
+// `band_done(n)` after each band; a result other than SUCCESS stops.
+template <class SourceRow, class BandDone>
+int32_t quarter_turn(SourceRow source_row, int32_t width, int32_t height, int32_t bits, uint8_t *result,
+                     int64_t result_bytes, bool clockwise, BandDone band_done) noexcept {
+  const RowWalk out = clockwise ? RowWalk{result, result_bytes}
+                                : RowWalk{result + (width - 1) * result_bytes, -result_bytes};
+  const uint8_t *in[kBand];
+  for (int32_t col = 0; col < height; col += kBand) {
+    const int32_t n = std::min(kBand, height - col);
+    for (int32_t k = 0; k < n; ++k) in[k] = source_row(clockwise ? height - 1 - col - k : col + k);
+    transpose_band(in, n, width, bits, out, col, height);
+    const int32_t status = band_done(n);
+    if (status != SUCCESS) return status;
+  }
+  return SUCCESS;
+}
+
+}  // namespace
+
+int32_t quarter_turn_flat(const BITMAPRECORD *source, BITMAPRECORD *result, bool clockwise,
+                          RangeProgress &progress) noexcept {
+  return quarter_turn([source](int32_t row) -> const uint8_t * { return row_address(source, row); },
+                      source->nWidth, source->nHeight, source->nBitsPerPixel, result->pData,
+                      static_cast<uint32_t>(result->nBytesPerLine), clockwise, [&progress](int32_t rows) {
+                        int32_t status = SUCCESS;
+                        for (int32_t i = 0; i < rows && status == SUCCESS; ++i) status = progress.row_done();
+                        return status;
+                      });
+}
+
+int32_t quarter_turn_rows(BITMAPRECORD *source, BITMAPRECORD *result, bool clockwise,
+                          RangeProgress &progress) noexcept {
+  Buffer<uint8_t> row(static_cast<uint32_t>(source->nBytesPerLine));
+  if (!row) return ERROR_NO_MEMORY;
+  const int32_t height = source->nHeight;
+  const auto rows = static_cast<uint32_t>(source->nWidth);
+  for (int32_t col = 0; col < height; ++col) {
+    int32_t status = read_row(source, row.get(), clockwise ? height - 1 - col : col);
+    if (status == SUCCESS) status = Rv_PutBitmapCol(result, row.get(), col, rows, clockwise ? FALSE : TRUE);
+    if (status == SUCCESS) status = progress.row_done();
+    if (status != SUCCESS) return status;
+  }
+  return SUCCESS;
+}
+
+}  // namespace rv::xform
+
+namespace {
+
+bool valid_buffer_depth(uint32_t bits) noexcept {
+  return bits <= 64 && rv::px::is_valid_depth(static_cast<int32_t>(bits));
+}
+
+// Compressed storage below this many bytes takes the row path; above it the
+// run forms' own quarter turn, where installed, spares the expansion.
+constexpr uint64_t kRunTurnFrom = 18000001;
+
+// The pixel work of a quarter turn of `b` into `fresh`.
+int32_t turn_pixels(BITMAPRECORD *b, BITMAPRECORD *fresh, bool clockwise, int32_t start_percent,
+                    int32_t end_percent) noexcept {
+  int32_t status = SUCCESS;
+  if (rv::flat_size(b) >= kRunTurnFrom &&
+      rv::hooks::rotate90_runs(b, fresh, clockwise, start_percent, end_percent, &status)) {
+    return status;
+  }
+  rv::xform::Access source(b);
+  if (source.status() != SUCCESS) return source.status();
+  rv::xform::Access result(fresh);
+  if (result.status() != SUCCESS) return result.status();
+  rv::xform::RangeProgress progress(b->nHeight, start_percent, end_percent);
+  status = progress.start();
+  if (status == SUCCESS) {
+    status = rv::xform::is_flat_memory(b) && rv::xform::is_flat_memory(fresh)
+                 ? rv::xform::quarter_turn_flat(b, fresh, clockwise, progress)
+                 : rv::xform::quarter_turn_rows(b, fresh, clockwise, progress);
+  }
+  status = result.finish(status);
+  return source.finish(status);
+}
+
+}  // namespace
+
+int32_t Rv_RotateBuffer90(const uint8_t *pSrc, uint8_t *pDst, int32_t bReverse, uint32_t nWidth, uint32_t nHeight,
+                          uint32_t nBitsPerPixel) noexcept {
+  if (pSrc == nullptr || pDst == nullptr) return ERROR_INVALID_PARAMETER;
+  if (!valid_buffer_depth(nBitsPerPixel)) return ERROR_INVALID_BITS_PER_PIXEL;
+  if (nWidth > INT32_MAX || nHeight > INT32_MAX) return ERROR_INVALID_PARAMETER;
+  if (nWidth == 0 || nHeight == 0) return SUCCESS;
+  const auto bits = static_cast<int32_t>(nBitsPerPixel);
+  const auto source_bytes = static_cast<uint32_t>(rv::px::bytes_per_line(static_cast<int32_t>(nWidth), bits));
+  const auto result_bytes = static_cast<uint32_t>(rv::px::bytes_per_line(static_cast<int32_t>(nHeight), bits));
+  return rv::xform::quarter_turn(
+      [pSrc, source_bytes](int32_t row) { return pSrc + static_cast<size_t>(source_bytes) * static_cast<uint32_t>(row); },
+      static_cast<int32_t>(nWidth), static_cast<int32_t>(nHeight), bits, pDst, result_bytes, bReverse != 0,
+      [](int32_t) { return SUCCESS; });
+}
+
+int32_t Rv_RotateBuffer180(const uint8_t *pSrc, uint8_t *pDst, uint32_t nWidth, uint32_t nHeight,
+                           uint32_t nBitsPerPixel) noexcept {
+  if (pSrc == nullptr || pDst == nullptr) return ERROR_INVALID_PARAMETER;
+  if (!valid_buffer_depth(nBitsPerPixel)) return ERROR_INVALID_BITS_PER_PIXEL;
+  if (nWidth > INT32_MAX) return ERROR_INVALID_PARAMETER;
+  const auto bits = static_cast<int32_t>(nBitsPerPixel);
+  const size_t bytes = static_cast<uint32_t>(rv::px::bytes_per_line(static_cast<int32_t>(nWidth), bits));
+  auto row = [bytes](auto *base, uint32_t y) { return base + bytes * y; };
+  if (pSrc != pDst) {
+    for (uint32_t y = 0; y < nHeight; ++y) std::memcpy(row(pDst, nHeight - 1 - y), row(pSrc, y), bytes);
+  } else {
+    for (uint32_t y = 0; y < nHeight / 2; ++y) std::swap_ranges(row(pDst, y), row(pDst, y) + bytes, row(pDst, nHeight - 1 - y));
+  }
+  for (uint32_t y = 0; y < nHeight; ++y) Rv_MirrorLine(row(pDst, y), static_cast<int32_t>(nWidth), bits);
+  return SUCCESS;
+}
+
+int32_t Rv_RotateBitmap90(BITMAPRECORD *pBitmap, int32_t bClockwise, int32_t nStartPercent,
+                          int32_t nEndPercent) noexcept {
+  const int32_t checked = rv::check_record(pBitmap, rv::NullRecord::InvalidImage, true);
+  if (checked != SUCCESS) return checked;
+  // These perspectives store the picture the other way round, so a turn of
+  // the display is the opposite turn of the storage.
+  const int32_t view = pBitmap->nViewPerspective;
+  const bool reversed = view == VIEW_TOP_RIGHT || view == VIEW_BOTTOM_LEFT || view == VIEW_LEFT_TOP ||
+                        view == VIEW_RIGHT_BOTTOM;
+  const bool clockwise = (bClockwise != 0) != reversed;
+  const int32_t width = pBitmap->nWidth, height = pBitmap->nHeight;
+  BITMAPRECORD fresh;
+  int32_t status = Rv_DupBitmapNewDim(&fresh, pBitmap, pBitmap->uStructSize, height, width,
+                                      pBitmap->nBitsPerPixel, DUPFLAG_ALLOCATE | DUPFLAG_LOCK_AS_SOURCE);
+  if (status != SUCCESS) return status;
+  std::swap(fresh.nXResolution, fresh.nYResolution);
+  status = turn_pixels(pBitmap, &fresh, clockwise, nStartPercent, nEndPercent);
+  const int32_t angle = bClockwise ? 9000 : -9000;
+  if (status == SUCCESS) status = rv::hooks::rotate_region(&fresh, width, height, angle);
+  if (status == SUCCESS) {
+    status = rv::hooks::rotate_overlays(&fresh, angle, POINT{width / 2, height / 2}, POINT{height / 2, width / 2});
+  }
+  return rv::replace_record(pBitmap, &fresh, status);
+}
