@@ -4,6 +4,7 @@
 #include "transform/flip.h"
 
 #include "internal/bitmap_hooks.h"
+#include "transform/mirror.h"
 #include "internal/record.h"
 #include "ruvokit/rvtransform.h"
 #include "transform/progress_range.h"
@@ -29,47 +30,50 @@ bool turn_runs(BITMAPRECORD *b, RowTurn how, int32_t *status) noexcept {
 
 class RowTurner {
  public:
-  RowTurner(BITMAPRECORD *b, RowTurn how, uint8_t *first, uint8_t *second) noexcept
-      : b_(b), how_(how), a_(first), c_(second) {}
+  // Three rows of work: the two rows a step exchanges, and a mirrored one.
+  RowTurner(BITMAPRECORD *b, RowTurn how, uint8_t *rows) noexcept
+      : b_(b),
+        how_(how),
+        bytes_(static_cast<uint32_t>(b->nBytesPerLine)),
+        a_(rows),
+        c_(rows + bytes_),
+        m_(rows + 2 * bytes_) {}
 
   int32_t steps() const noexcept { return how_ == RowTurn::Mirror ? b_->nHeight : (b_->nHeight + 1) / 2; }
 
   // Step i: rows i and nHeight - 1 - i exchange (mirrored for a half turn), or
   // row i is mirrored. A write that fails puts back what the step changed.
   int32_t step(int32_t i) noexcept {
-    const bool mirror = how_ != RowTurn::Flip;
     const int32_t top = i;
     const int32_t bottom = how_ == RowTurn::Mirror ? i : b_->nHeight - 1 - i;
     if (top == bottom) {
-      if (!mirror) return SUCCESS;
-      int32_t status = read_row(b_, a_, top);
-      if (status == SUCCESS) status = mirror_row(a_);
-      return status == SUCCESS ? write_row(b_, a_, top) : status;
+      if (how_ == RowTurn::Flip) return SUCCESS;
+      const int32_t status = read_row(b_, a_, top);
+      return status == SUCCESS ? write_row(b_, turned(a_), top) : status;
     }
     int32_t status = read_row(b_, a_, top);
     if (status == SUCCESS) status = read_row(b_, c_, bottom);
+    if (status == SUCCESS) status = write_row(b_, turned(c_), top);
     if (status != SUCCESS) return status;
-    if (mirror) {
-      mirror_row(a_);
-      mirror_row(c_);
-    }
-    status = write_row(b_, c_, top);
-    if (status != SUCCESS) return status;
-    status = write_row(b_, a_, bottom);
-    if (status != SUCCESS) {
-      if (mirror) mirror_row(c_);
-      write_row(b_, c_, top);  // the first write undone, as far as the storage lets
-    }
+    status = write_row(b_, turned(a_), bottom);
+    if (status != SUCCESS) write_row(b_, a_, top);  // the first write undone, as far as the storage lets
     return status;
   }
 
  private:
-  int32_t mirror_row(uint8_t *row) noexcept { return Rv_MirrorLine(row, b_->nWidth, b_->nBitsPerPixel); }
+  // The row as it goes back: as read for a flip, else mirrored.
+  const uint8_t *turned(const uint8_t *row) noexcept {
+    if (how_ == RowTurn::Flip) return row;
+    mirror_copy(m_, row, b_->nWidth, b_->nBitsPerPixel, bytes_);
+    return m_;
+  }
 
   BITMAPRECORD *b_;
   RowTurn how_;
+  size_t bytes_;
   uint8_t *a_;
   uint8_t *c_;
+  uint8_t *m_;
 };
 
 }  // namespace
@@ -81,11 +85,11 @@ int32_t turn_rows(BITMAPRECORD *b, RowTurn how, int32_t start_percent, int32_t e
     return RangeProgress::report_range(start_percent, end_percent);
   }
   const auto bytes = static_cast<size_t>(static_cast<uint32_t>(b->nBytesPerLine));
-  Buffer<uint8_t> rows(2 * bytes);
+  Buffer<uint8_t> rows(3 * bytes);
   if (!rows) return ERROR_NO_MEMORY;
   Access access(b);
   if (access.status() != SUCCESS) return access.status();
-  RowTurner turner(b, how, rows.get(), rows.get() + bytes);
+  RowTurner turner(b, how, rows.get());
   RangeProgress progress(turner.steps(), start_percent, end_percent);
   status = progress.start();
   int32_t done = 0;

@@ -2,6 +2,8 @@
 // reverse whole bytes (and the pixels inside each byte) and then move the
 // pixels back to the front of the line; the other packed depths swap pixel
 // pairs at their bit positions; byte-sized pixels swap as blocks.
+#include "transform/mirror.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -76,7 +78,42 @@ void mirror_whole(uint8_t *line, uint64_t width) noexcept {
   }
 }
 
+// Byte-sized pixels copied in reverse order. Pixels of 3 and 6 bytes move as
+// 4 and 8 bytes, the bytes past each one being overwritten by the next;
+// the first and last move at their own size so as to read and write only
+// the row.
+template <size_t kBytes>
+void copy_reversed(uint8_t *dst, const uint8_t *src, uint64_t width) noexcept {
+  constexpr size_t kWide = kBytes == 3 ? 4 : kBytes == 6 ? 8 : kBytes;
+  const uint8_t *from = src + (width - 1) * kBytes;
+  std::memcpy(dst, from, kBytes);
+  for (uint64_t i = 1; i + 1 < width; ++i) std::memcpy(dst + i * kBytes, from - i * kBytes, kWide);
+  if (width > 1) std::memcpy(dst + (width - 1) * kBytes, src, kBytes);
+}
+
 }  // namespace
+
+namespace rv::xform {
+
+void mirror_copy(uint8_t *dst, const uint8_t *src, int32_t width, int32_t bits, size_t bytes) noexcept {
+  const auto w = static_cast<uint64_t>(width > 0 ? width : 0);
+  switch (w == 0 ? 0 : bits) {
+    case 8: std::reverse_copy(src, src + w, dst); break;
+    case 16: copy_reversed<2>(dst, src, w); break;
+    case 24: copy_reversed<3>(dst, src, w); break;
+    case 32: copy_reversed<4>(dst, src, w); break;
+    case 48: copy_reversed<6>(dst, src, w); break;
+    case 64: copy_reversed<8>(dst, src, w); break;
+    default:  // packed pixels, or nothing to move
+      std::memcpy(dst, src, bytes);
+      Rv_MirrorLine(dst, width, bits);
+      return;
+  }
+  const size_t used = static_cast<size_t>(w * static_cast<uint64_t>(bits / 8));
+  std::memcpy(dst + used, src + used, bytes - used);
+}
+
+}  // namespace rv::xform
 
 int32_t Rv_MirrorLine(uint8_t *pLine, int32_t nWidth, int32_t nBitsPerPixel) noexcept {
   if (pLine == nullptr) return ERROR_INVALID_PARAMETER;

@@ -9,6 +9,9 @@
 #include <algorithm>
 #include <cstring>
 #include <utility>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "core/rowcol.h"
 #include "internal/bitmap_hooks.h"
@@ -17,6 +20,7 @@
 #include "internal/replace.h"
 #include "ruvokit/rvbitmap.h"
 #include "ruvokit/rvtransform.h"
+#include "transform/mirror.h"
 #include "transform/rows.h"
 
 namespace rv::xform {
@@ -67,15 +71,16 @@ inline uint64_t transpose8(uint64_t x) noexcept {
   return x ^ t ^ (t << 28);
 }
 
-// Depth 1: eight rows at a time, a byte of each, become a byte of eight
-// result rows. Of a group short of eight rows only its own bits are written.
-void transpose_bits(const uint8_t *const *in, int32_t n, int32_t width, RowWalk out, int32_t col) noexcept {
-  const int32_t bytes = (width + 7) / 8;
-  for (int32_t k0 = 0; k0 < n; k0 += 8) {
-    const int32_t rows = std::min(8, n - k0);
+// Depth 1, rows [k_begin, k_end) and source bytes [xb_begin, xb_end): eight
+// rows at a time, a byte of each, become a byte of eight result rows. Of a
+// group short of eight rows only its own bits are written.
+void transpose_bits_scalar(const uint8_t *const *in, int32_t k_begin, int32_t k_end, int32_t xb_begin,
+                           int32_t xb_end, int32_t width, RowWalk out, int32_t col) noexcept {
+  for (int32_t k0 = k_begin; k0 < k_end; k0 += 8) {
+    const int32_t rows = std::min(8, k_end - k0);
     const auto keep = static_cast<uint8_t>(rows == 8 ? 0 : 0xFFu >> rows);
     const size_t to = static_cast<size_t>(col + k0) / 8;
-    for (int32_t xb = 0; xb < bytes; ++xb) {
+    for (int32_t xb = xb_begin; xb < xb_end; ++xb) {
       uint64_t block = 0;
       for (int32_t i = 0; i < rows; ++i) block |= static_cast<uint64_t>(in[k0 + i][xb]) << (56 - 8 * i);
       block = transpose8(block);
@@ -87,6 +92,62 @@ void transpose_bits(const uint8_t *const *in, int32_t n, int32_t width, RowWalk 
       }
     }
   }
+}
+
+#if defined(__SSE2__)
+// Sixteen rows by 64 columns: the eight bytes of each row are gathered into
+// eight vectors of sixteen bytes, one per source byte, rows ordered so that
+// the top bits of a vector are, low bit first, the pixels of the 16 rows
+// packed as the result wants them (the first row in the high bit of the first
+// byte). Each vector then gives a column of the source, and adding it to
+// itself brings the next column's bits to the top.
+void transpose_bits_16x64(const uint8_t *const *in, int32_t k0, int32_t xb, RowWalk out, int32_t col) noexcept {
+  __m128i r[16];
+  for (int i = 0; i < 16; ++i) r[i] = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(in[k0 + (i < 8 ? 7 - i : 23 - i)] + xb));
+  __m128i a[8], b[8];
+  for (int i = 0; i < 8; ++i) a[i] = _mm_unpacklo_epi8(r[2 * i], r[2 * i + 1]);
+  for (int i = 0; i < 4; ++i) {
+    b[2 * i] = _mm_unpacklo_epi16(a[2 * i], a[2 * i + 1]);
+    b[2 * i + 1] = _mm_unpackhi_epi16(a[2 * i], a[2 * i + 1]);
+  }
+  for (int i = 0; i < 2; ++i) {
+    a[4 * i] = _mm_unpacklo_epi32(b[i], b[i + 2]);
+    a[4 * i + 1] = _mm_unpackhi_epi32(b[i], b[i + 2]);
+    a[4 * i + 2] = _mm_unpacklo_epi32(b[i + 4], b[i + 6]);
+    a[4 * i + 3] = _mm_unpackhi_epi32(b[i + 4], b[i + 6]);
+  }
+  // a[0], a[1] hold source bytes 0-1 and 2-3 of rows 0-7; a[4], a[5] bytes
+  // 4-5 and 6-7; a[2], a[3], a[6], a[7] the same of rows 8-15.
+  const int order[4][2] = {{0, 2}, {1, 3}, {4, 6}, {5, 7}};
+  const size_t to = static_cast<size_t>(col + k0) / 8;
+  for (int p = 0; p < 4; ++p) {
+    const __m128i lo = a[order[p][0]], hi = a[order[p][1]];
+    __m128i v[2] = {_mm_unpacklo_epi64(lo, hi), _mm_unpackhi_epi64(lo, hi)};
+    for (int h = 0; h < 2; ++h) {
+      const int32_t x0 = 8 * (xb + 2 * p + h);
+      for (int j = 0; j < 8; ++j) {
+        const auto bits = static_cast<uint16_t>(_mm_movemask_epi8(v[h]));
+        std::memcpy(out.at(x0 + j) + to, &bits, 2);
+        v[h] = _mm_add_epi8(v[h], v[h]);
+      }
+    }
+  }
+}
+#endif
+
+// Depth 1. Whole groups of sixteen rows over whole 64-column blocks go by
+// vectors where the machine has them; the edges go eight rows at a time.
+void transpose_bits(const uint8_t *const *in, int32_t n, int32_t width, RowWalk out, int32_t col) noexcept {
+  const int32_t bytes = (width + 7) / 8;
+  int32_t k0 = 0;
+#if defined(__SSE2__)
+  const int32_t wide = width / 64 * 8;  // source bytes in whole 64-column blocks
+  for (; k0 + 16 <= n; k0 += 16) {
+    for (int32_t xb = 0; xb < wide; xb += 8) transpose_bits_16x64(in, k0, xb, out, col);
+    transpose_bits_scalar(in, k0, k0 + 16, wide, bytes, width, out, col);
+  }
+#endif
+  transpose_bits_scalar(in, k0, n, 0, bytes, width, out, col);
 }
 
 // The other packed depths and 12 bits, pixel by pixel.
@@ -233,10 +294,12 @@ int32_t Rv_RotateBuffer180(const uint8_t *pSrc, uint8_t *pDst, uint32_t nWidth, 
   const size_t bytes = static_cast<uint32_t>(rv::px::bytes_per_line(static_cast<int32_t>(nWidth), bits));
   auto row = [bytes](auto *base, uint32_t y) { return base + bytes * y; };
   if (pSrc != pDst) {
-    for (uint32_t y = 0; y < nHeight; ++y) std::memcpy(row(pDst, nHeight - 1 - y), row(pSrc, y), bytes);
-  } else {
-    for (uint32_t y = 0; y < nHeight / 2; ++y) std::swap_ranges(row(pDst, y), row(pDst, y) + bytes, row(pDst, nHeight - 1 - y));
+    for (uint32_t y = 0; y < nHeight; ++y) {
+      rv::xform::mirror_copy(row(pDst, nHeight - 1 - y), row(pSrc, y), static_cast<int32_t>(nWidth), bits, bytes);
+    }
+    return SUCCESS;
   }
+  for (uint32_t y = 0; y < nHeight / 2; ++y) std::swap_ranges(row(pDst, y), row(pDst, y) + bytes, row(pDst, nHeight - 1 - y));
   for (uint32_t y = 0; y < nHeight; ++y) Rv_MirrorLine(row(pDst, y), static_cast<int32_t>(nWidth), bits);
   return SUCCESS;
 }

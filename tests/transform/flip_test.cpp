@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "internal/fault.h"
+#include "transform/mirror.h"
 #include "transform/pictures.h"
 
 namespace {
@@ -44,12 +45,17 @@ TEST(MirrorLine, PackedDepthsMoveThePixelsToTheFront) {
   EXPECT_EQ(line[0], 1);
 }
 
+// The mirror into a second buffer, which the row loops use, leaves the bytes
+// of the mirror in place.
 TEST(MirrorLine, ReversesThePixelsAtEveryDepthAndWidth) {
   for (int32_t bits : rvtest::kAllDepths) {
     for (int32_t width : {1, 2, 7, 9, 13, 33}) {
       auto line = rvtest::random_bytes(static_cast<size_t>(rv::px::bytes_per_line(width, bits)), 3 * bits + width);
       const auto before = line;
+      std::vector<uint8_t> copy(line.size());
+      rv::xform::mirror_copy(copy.data(), line.data(), width, bits, line.size());
       ASSERT_EQ(Rv_MirrorLine(line.data(), width, bits), SUCCESS);
+      ASSERT_EQ(copy, line) << bits << " bits, width " << width;
       for (int32_t x = 0; x < width; ++x) {
         ASSERT_EQ(rvtest::pixel_of(line.data(), bits, x), rvtest::pixel_of(before.data(), bits, width - 1 - x))
             << bits << " bits, width " << width << ", x " << x;
