@@ -21,6 +21,7 @@ class Memory {
  public:
   explicit Memory(const SourcePixels &s) noexcept : base_(s.base), bytes_per_line_(s.bytes_per_line), bits_(s.bits) {}
   uint32_t value(int32_t x, int32_t y) noexcept { return px::get_pixel(row(y), bits_, static_cast<uint32_t>(x)); }
+  uint32_t bit(int32_t x, int32_t y) noexcept { return (row(y)[x >> 3] >> (7 - (x & 7))) & 1u; }
   template <size_t kBytes>
   const uint8_t *bytes(int32_t x, int32_t y) noexcept {
     return row(y) + static_cast<size_t>(x) * kBytes;
@@ -40,6 +41,7 @@ class Reader {
  public:
   explicit Reader(const SourcePixels &s) noexcept
       : b_(s.bitmap), bits_(s.bits), row_bytes_(static_cast<uint32_t>(s.bitmap->nBytesPerLine)) {}
+  uint32_t bit(int32_t x, int32_t y) noexcept { return value(x, y); }
   uint32_t value(int32_t x, int32_t y) noexcept {
     read(x, y, 2);  // a packed pixel may run into the next byte
     if (bits_ == 12) {
@@ -80,7 +82,7 @@ struct Walker {
     return static_cast<uint32_t>(px) < static_cast<uint32_t>(width) &&
            static_cast<uint32_t>(py) < static_cast<uint32_t>(height);
   }
-  void next() noexcept {
+  [[gnu::always_inline]] void next() noexcept {
     x.step(cos);
     y.step(sin);
   }
@@ -98,6 +100,20 @@ void nearest_values(Src &src, Walker w, int32_t bits, int32_t count, uint32_t fi
       px::put_packed(out, bits, static_cast<uint32_t>(i), v);
     }
   }
+}
+
+// Depth 1, eight pixels gathered into each byte of the row.
+template <class Src>
+void nearest_bits(Src &src, Walker w, int32_t count, uint32_t fill, uint8_t *out) noexcept {
+  uint32_t byte = 0;
+  for (int32_t i = 0; i < count; ++i, w.next()) {
+    byte = (byte << 1) | (w.inside() ? src.bit(w.x.pixel, w.y.pixel) : fill);
+    if ((i & 7) == 7) {
+      out[i >> 3] = static_cast<uint8_t>(byte);
+      byte = 0;
+    }
+  }
+  if (count & 7) out[count >> 3] = static_cast<uint8_t>(byte << (8 - (count & 7)));
 }
 
 template <size_t kBytes, class Src>
@@ -331,6 +347,10 @@ template <class Src>
 void sample(Src &src, const SourcePixels &s, Sampling how, const Walker &w, int32_t count, const uint8_t *fill,
             uint8_t *out) noexcept {
   const int32_t bits = s.bits;
+  if (bits == 1) {
+    nearest_bits(src, w, count, fill[0] >> 7, out);
+    return;
+  }
   if (bits < 8 || (bits == 12 && how == Sampling::Nearest)) {
     const uint32_t value = bits == 12 ? px::get12(fill, 0) : px::get_packed(fill, bits, 0);
     nearest_values(src, w, bits, count, value, out);

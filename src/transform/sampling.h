@@ -15,7 +15,7 @@ namespace rv::xform {
 struct Axis {
   int32_t pixel;
   int32_t fraction;
-  void step(int32_t by) noexcept {
+  [[gnu::always_inline]] void step(int32_t by) noexcept {
     fraction += by;
     if (fraction > 8192) {
       fraction -= 16384;

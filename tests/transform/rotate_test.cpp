@@ -158,6 +158,77 @@ TEST(Rotate, HandCheckedSampling) {
   }
 }
 
+// A bitmap whose rows the data callbacks serve from a vector: storage that
+// isn't flat memory, read and written through the row functions.
+struct Served {
+  std::vector<uint8_t> data;
+  uint32_t bytes_per_line = 0;
+  rvtest::Bitmap b;
+  static int32_t get(BITMAPRECORD *b, void *buffer, int32_t row, int32_t col, uint32_t n, void *user) {
+    auto *s = static_cast<Served *>(user);
+    std::memcpy(buffer, s->data.data() + s->bytes_per_line * row + Rv_IntColToByte(b->nBitsPerPixel, col), n);
+    return static_cast<int32_t>(n);
+  }
+  static int32_t put(BITMAPRECORD *b, const void *buffer, int32_t row, int32_t col, uint32_t n, void *user) {
+    auto *s = static_cast<Served *>(user);
+    std::memcpy(s->data.data() + s->bytes_per_line * row + Rv_IntColToByte(b->nBitsPerPixel, col), buffer, n);
+    return static_cast<int32_t>(n);
+  }
+  Served(BITMAPRECORD *like) : data(rv::flat_size(like)), bytes_per_line(static_cast<uint32_t>(like->nBytesPerLine)) {
+    BITMAPDATACALLBACKS cb{};
+    cb.uStructSize = RV_BITMAPDATACALLBACKS_SIZE;
+    cb.pUserData = this;
+    cb.pfnGetRow = get;
+    cb.pfnPutRow = put;
+    Rv_InitBitmapWithCallbacks(b.get(), RV_BITMAPRECORD_SIZE, like->nWidth, like->nHeight, like->nBitsPerPixel, &cb);
+    Rv_AllocateBitmap(b.get(), BITMAPMEM_NO_MEMORY);
+    std::memcpy(data.data(), like->pData, data.size());
+    b->nViewPerspective = like->nViewPerspective;
+  }
+};
+
+// Pixels read one at a time and rows written as columns through the row
+// functions give what the paths over flat memory give.
+TEST(Rotate, StorageOutsideFlatMemoryGivesTheSameResult) {
+  const uint32_t flags[] = {ROTATEFLAG_RESIZE, ROTATEFLAG_RESIZE | ROTATEFLAG_LINEAR, ROTATEFLAG_CUBIC};
+  for (int32_t bits : {1, 4, 12, 16, 24}) {
+    for (int32_t angle : {9000, 1750, -2500}) {
+      for (uint32_t f : flags) {
+        rvtest::Bitmap flat;
+        ASSERT_TRUE(rvtest::make(flat.get(), 23, 17, bits));
+        rvtest::fill_random(flat.get(), 31 + bits);
+        Served served(flat.get());
+        ASSERT_EQ(Rv_RotateBitmap(flat.get(), angle, f, 0), SUCCESS);
+        ASSERT_EQ(Rv_RotateBitmap(served.b.get(), angle, f, 0), SUCCESS);
+        EXPECT_EQ(rvtest::grid_of(served.b.get()), rvtest::grid_of(flat.get())) << bits << " bits, " << angle;
+      }
+    }
+  }
+}
+
+// Depths below 8 sample the same pixels as 8 bits do.
+TEST(Rotate, PackedDepthsSampleLikeBytes) {
+  for (int32_t bits : {1, 3, 4}) {
+    rvtest::Bitmap packed, bytes;
+    ASSERT_TRUE(rvtest::make(packed.get(), 37, 29, bits));
+    ASSERT_TRUE(rvtest::make(bytes.get(), 37, 29, 8));
+    rvtest::fill_random(packed.get(), 77);
+    for (int32_t y = 0; y < 29; ++y) {
+      const auto row = rvtest::read_row(packed.get(), y);
+      for (int32_t x = 0; x < 37; ++x) bytes->pData[y * bytes->nBytesPerLine + x] = rv::px::get_packed(row.data(), bits, x);
+    }
+    ASSERT_EQ(Rv_RotateBitmap(packed.get(), 150, ROTATEFLAG_RESIZE, RV_PALETTE_INDEX(0)), SUCCESS);
+    ASSERT_EQ(Rv_RotateBitmap(bytes.get(), 150, ROTATEFLAG_RESIZE, RV_PALETTE_INDEX(0)), SUCCESS);
+    ASSERT_EQ(packed->nWidth, bytes->nWidth);
+    for (int32_t y = 0; y < packed->nHeight; ++y) {
+      const auto row = rvtest::read_row(packed.get(), y);
+      for (int32_t x = 0; x < packed->nWidth; ++x) {
+        ASSERT_EQ(rv::px::get_packed(row.data(), bits, x), bytes->pData[y * bytes->nBytesPerLine + x]) << bits;
+      }
+    }
+  }
+}
+
 TEST(Rotate, SizesShortcutsAndResolutions) {
   struct Case {
     int32_t w, h, angle;
