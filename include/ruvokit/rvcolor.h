@@ -5,7 +5,175 @@
 #include "rvtypes.h"
 #include "rvstatus.h"
 
+/* --- buffer conversion ---------------------------------------------------------- */
+/* Flags of the conversion calls (uFlags). */
+#define CONVERT_SRC_GRAY 0x1u     /* source pixels are gray words (set by ORDER_GRAY) */
+#define CONVERT_DST_GRAY 0x2u     /* destination pixels are gray (set by ORDER_GRAY) */
+#define CONVERT_SRC_BITRANGE 0x4u /* nLowBit..nHighBit is the source's gray field */
+#define CONVERT_DST_BITRANGE 0x8u /* nLowBit..nHighBit is the destination's gray field */
+#define CONVERT_TRANSPARENT 0x80u /* a made alpha is 0 where the pixel is crTransparent */
+#define CONVERT_SIGNED 0x100u     /* 16-bit gray words are signed */
+
+/* A colour match tree over a palette: an exact colour-to-index lookup that
+ * conversion consults before searching the palette. */
+typedef struct MATCHTREE MATCHTREE;
+
+/* --- palettes ------------------------------------------------------------------------ */
+/* A palette object: a handle closed with Rv_WinDeleteObject. */
+typedef RVHANDLE HRVPALETTE;
+
+/* Entry of a palette object and of a logical palette: red, green, blue, flags. */
+typedef struct PALETTEENTRY {
+  uint8_t peRed;
+  uint8_t peGreen;
+  uint8_t peBlue;
+  uint8_t peFlags;
+} PALETTEENTRY;
+
+/* A logical palette: the version must be RV_PALETTE_VERSION, the count 1 to
+ * 256, followed by that many entries. */
+typedef struct LOGPALETTE {
+  uint16_t palVersion;
+  uint16_t palNumEntries;
+  PALETTEENTRY palPalEntry[1];
+} LOGPALETTE;
+#define RV_PALETTE_VERSION 768
+
+/* Verdicts of the gray tests. */
+#define GRAY_NO 0            /* not gray */
+#define GRAY_RAMP 1          /* a ramp rising from black */
+#define GRAY_RAMP_INVERTED 2 /* a falling ramp */
+#define GRAY_OTHER 3         /* gray, but no such ramp */
+
 RV_BEGIN_DECLS
+
+/* --- buffer conversion ------------------------------------------------------------- */
+/* Converts nWidth pixels in place from one pixel format to another. The buffer
+ * holds the source pixels on entry and the destination pixels on return; it
+ * must be large enough for the larger form (Rv_CalcConvertSize). A null
+ * palette of a depth 1 to 8 stands for the fixed palette of that depth. */
+RV_API int32_t Rv_ConvertBuffer(void *pBuffer, int32_t nWidth, int32_t nBitsPerPixelSrc,
+                                int32_t nBitsPerPixelDst, int32_t nOrderSrc, int32_t nOrderDst,
+                                const RGBQUAD *pPaletteSrc,
+                                const RGBQUAD *pPaletteDst) RV_NOEXCEPT;
+RV_API int32_t Rv_ConvertBufferExt(void *pBuffer, int32_t nWidth, int32_t nBitsPerPixelSrc,
+                                   int32_t nBitsPerPixelDst, int32_t nOrderSrc,
+                                   int32_t nOrderDst, const RGBQUAD *pPaletteSrc,
+                                   const RGBQUAD *pPaletteDst, uint32_t uFlags, int32_t nLowBit,
+                                   int32_t nHighBit) RV_NOEXCEPT;
+/* uLUT16Length is not read: the table must cover every value of the field. */
+RV_API int32_t Rv_ConvertBufferExt2(void *pBuffer, int32_t nWidth, int32_t nBitsPerPixelSrc,
+                                    int32_t nBitsPerPixelDst, int32_t nOrderSrc,
+                                    int32_t nOrderDst, const RGBQUAD *pPaletteSrc,
+                                    const RGBQUAD *pPaletteDst, const RGBQUAD16 *pLUT16,
+                                    uint32_t uLUT16Length, uint32_t uFlags, int32_t nLowBit,
+                                    int32_t nHighBit) RV_NOEXCEPT;
+RV_API int32_t Rv_ConvertBufferExt3(void *pBuffer, int32_t nWidth, int32_t nBitsPerPixelSrc,
+                                    int32_t nBitsPerPixelDst, int32_t nOrderSrc,
+                                    int32_t nOrderDst, const RGBQUAD *pPaletteSrc,
+                                    const RGBQUAD *pPaletteDst, const RGBQUAD16 *pLUT16,
+                                    uint32_t uLUT16Length, uint32_t uFlags, int32_t nLowBit,
+                                    int32_t nHighBit, COLORREF crTransparent) RV_NOEXCEPT;
+/* The conversion of the library's own modules: as Rv_ConvertBufferExt3, with
+ * a match tree consulted before the palette search when a colour or deep gray
+ * source goes to a palette. */
+RV_API int32_t Rv_IntConvertBuffer(void *pBuffer, int32_t nWidth, int32_t nBitsPerPixelSrc,
+                                   int32_t nBitsPerPixelDst, int32_t nOrderSrc,
+                                   int32_t nOrderDst, const RGBQUAD *pPaletteSrc,
+                                   const RGBQUAD *pPaletteDst, const RGBQUAD16 *pLUT16,
+                                   uint32_t uFlags, int32_t nLowBit, int32_t nHighBit,
+                                   COLORREF crTransparent,
+                                   const MATCHTREE *pUserMatchTable) RV_NOEXCEPT;
+/* Bytes a conversion buffer needs: the largest line of the source width at
+ * either depth and of the destination width at its depth (0 bits count as 8). */
+RV_API uint32_t Rv_CalcConvertSize(uint32_t uWidthSrc, int32_t nBitsPerPixelSrc,
+                                   uint32_t uWidthDst, int32_t nBitsPerPixelDst) RV_NOEXCEPT;
+/* Keeps the gray field nLowBit..nHighBit of nCount 16-bit words nPad steps
+ * away from its extremes. */
+RV_API int32_t Rv_PadPixelData(void *pData, int32_t nBitsPerPixel, int32_t nCount,
+                               int32_t nHighBit, int32_t nLowBit, int32_t nPad) RV_NOEXCEPT;
+/* Fills pTable (nSrc entries) with the index in pPaletteDst of each entry of
+ * pPaletteSrc. A null source stands for gray levels 0..nSrc-1, a null
+ * destination asks for the gray of each source entry. TRUE when the table is
+ * the identity. */
+RV_API int32_t Rv_IntMapPalette(const RGBQUAD *pPaletteSrc, int32_t nSrc,
+                                const RGBQUAD *pPaletteDst, int32_t nDst,
+                                uint8_t *pTable) RV_NOEXCEPT;
+
+/* --- palettes of records ---------------------------------------------------------- */
+/* Arrays returned here come from Rv_LocalAlloc and go back with Rv_LocalFree. */
+RV_API RGBQUAD *Rv_CreateGrayPalette(int32_t nBits) RV_NOEXCEPT;
+RV_API int32_t Rv_CreateBitmapGrayPalette(BITMAPRECORD *pBitmap) RV_NOEXCEPT;
+RV_API RGBQUAD *Rv_CreateFixedPalette(int32_t nBits) RV_NOEXCEPT;
+RV_API int32_t Rv_CreateBitmapFixedPalette(BITMAPRECORD *pBitmap) RV_NOEXCEPT;
+RV_API int32_t Rv_GetFixedPalette(RGBQUAD *pPalette, int32_t nBits) RV_NOEXCEPT;
+/* The library's read-only tables: the fixed palette of a depth 1 to 8, and
+ * the 256-entry web-safe palette. */
+RV_API const RGBQUAD *Rv_IntGetFixedPalette(int32_t nBits) RV_NOEXCEPT;
+RV_API const RGBQUAD *Rv_IntGetNetscapePalette(void) RV_NOEXCEPT;
+RV_API RGBQUAD *Rv_CreateNewPalette(const RGBQUAD *pEntries, int32_t nCount) RV_NOEXCEPT;
+RV_API int32_t Rv_SetBitmapNewPalette(BITMAPRECORD *pBitmap, const RGBQUAD *pEntries,
+                                      int32_t nCount) RV_NOEXCEPT;
+RV_API int32_t Rv_CopyBitmapPalette(BITMAPRECORD *pBitmapDst,
+                                    const BITMAPRECORD *pBitmapSrc) RV_NOEXCEPT;
+RV_API int32_t Rv_SetBitmapPalette(BITMAPRECORD *pBitmap, HRVPALETTE hPalette) RV_NOEXCEPT;
+RV_API HRVPALETTE Rv_DupBitmapPalette(const BITMAPRECORD *pBitmap) RV_NOEXCEPT;
+/* Returns the number of entries copied. */
+RV_API uint32_t Rv_GetBitmapPaletteEntries(const BITMAPRECORD *pBitmap, uint32_t uStart,
+                                           uint32_t uCount, RGBQUAD *pEntries) RV_NOEXCEPT;
+RV_API int32_t Rv_GetBitmapColors(const BITMAPRECORD *pBitmap, int32_t nIndex, int32_t nCount,
+                                  RGBQUAD *pEntries) RV_NOEXCEPT;
+RV_API int32_t Rv_PutBitmapColors(BITMAPRECORD *pBitmap, int32_t nIndex, int32_t nCount,
+                                  const RGBQUAD *pEntries) RV_NOEXCEPT;
+/* TRUE when the first entries agree on red, green and blue. */
+RV_API int32_t Rv_CompareBitmapToPalette(const BITMAPRECORD *pBitmap, const RGBQUAD *pEntries,
+                                         int32_t nCount) RV_NOEXCEPT;
+
+/* --- palette objects ----------------------------------------------------------------- */
+RV_API HRVPALETTE Rv_CreatePalette(const RGBQUAD *pEntries, int32_t nCount) RV_NOEXCEPT;
+RV_API HRVPALETTE Rv_WinCreatePalette(const LOGPALETTE *pLogPalette) RV_NOEXCEPT;
+RV_API uint32_t Rv_GetPaletteSize(HRVPALETTE hPalette) RV_NOEXCEPT;
+/* Return the number of entries copied. */
+RV_API uint32_t Rv_GetPaletteEntries(HRVPALETTE hPalette, uint32_t uStart, uint32_t uCount,
+                                     RGBQUAD *pEntries) RV_NOEXCEPT;
+RV_API uint32_t Rv_SetPaletteEntries(HRVPALETTE hPalette, uint32_t uStart, uint32_t uCount,
+                                     const RGBQUAD *pEntries) RV_NOEXCEPT;
+RV_API HRVPALETTE Rv_DupPalette(HRVPALETTE hPalette) RV_NOEXCEPT;
+
+/* --- nearest colours --------------------------------------------------------------- */
+/* The library's palette search: the nearest entry by squared distance, with
+ * black and white shortcuts; -1 for an empty palette. */
+RV_API int32_t Rv_FindPaletteIndex(const RGBQUAD *pEntries, int32_t nCount, int32_t nRed,
+                                   int32_t nGreen, int32_t nBlue) RV_NOEXCEPT;
+/* The classic search on a palette object; a colour with flags gives its low
+ * byte. */
+RV_API uint32_t GetNearestPaletteIndex(HRVPALETTE hPalette, COLORREF crColor) RV_NOEXCEPT;
+/* The same search on a record's palette, with the flags of the colour cleared. */
+RV_API uint32_t Rv_GetNearestPaletteIndex(const BITMAPRECORD *pBitmap,
+                                          COLORREF crColor) RV_NOEXCEPT;
+
+/* --- gray verdicts and colour values ----------------------------------------------- */
+/* GRAY_... verdicts, or a negative status. */
+RV_API int32_t Rv_IsGrayScalePalette(const RGBQUAD *pEntries, int32_t nCount) RV_NOEXCEPT;
+RV_API int32_t Rv_IsGrayScaleBitmap(const BITMAPRECORD *pBitmap) RV_NOEXCEPT;
+RV_API int32_t Rv_IntIsGrayScaleBitmap(const BITMAPRECORD *pBitmap,
+                                       int32_t bForceLUT) RV_NOEXCEPT;
+/* A colour of pBitmapSrc expressed for pBitmapDst. */
+RV_API COLORREF Rv_TranslateBitmapColor(const BITMAPRECORD *pBitmapDst,
+                                        const BITMAPRECORD *pBitmapSrc,
+                                        COLORREF crColor) RV_NOEXCEPT;
+/* The plain colour that a colour value of the bitmap stands for. */
+RV_API COLORREF Rv_GetTrueColorValue(const BITMAPRECORD *pBitmap, COLORREF crColor) RV_NOEXCEPT;
+
+/* --- lookup tables and gray scaling ------------------------------------------------ */
+/* The record's 16-bit lookup table when it is in force (or bForce): full-form
+ * gray records with BITMAPFLAG_USE_LUT or BITMAPFLAG_LUT_NONLINEAR. */
+RV_API RGBQUAD16 *Rv_GetLUT16(const BITMAPRECORD *pBitmap, int32_t bForce) RV_NOEXCEPT;
+/* Scales nCount 32-bit gray words to bytes between a minimum and a maximum
+ * (64-bit values in two words, of which the low words count). */
+RV_API int32_t Rv_Gray32To8(int32_t nCount, const uint32_t *pSrc, uint8_t *pDst, uint32_t uMask,
+                            int32_t nShift, uint32_t uMinLow, uint32_t uMinHigh, uint32_t uMaxLow,
+                            uint32_t uMaxHigh) RV_NOEXCEPT;
 
 RV_END_DECLS
 

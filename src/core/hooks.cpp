@@ -30,6 +30,14 @@ void free_overlays(BITMAPRECORD *bitmap) noexcept {
   bitmap->hOverlays = nullptr;
 }
 
+// The overlay module fills these in; until then no bitmap has overlays.
+int32_t copy_overlays(BITMAPRECORD *dst, const BITMAPRECORD *) noexcept {
+  dst->hOverlays = nullptr;
+  return SUCCESS;
+}
+
+void offset_overlays(BITMAPRECORD *, int32_t, int32_t) noexcept {}
+
 bool lock_tracing() noexcept { return g_lock_tracing.load(std::memory_order_relaxed); }
 void set_lock_tracing(bool on) noexcept { g_lock_tracing.store(on, std::memory_order_relaxed); }
 

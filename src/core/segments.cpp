@@ -168,9 +168,6 @@ int32_t Rv_PutBitmapRowSegments(BITMAPRECORD *pBitmap, const void *pBuffer, int3
 // --- one column ----------------------------------------------------------------------------
 namespace {
 
-// Bytes a pixel of `bits` may span.
-uint32_t pixel_span(int32_t bits) noexcept { return bits < 8 || bits == 12 ? 2 : static_cast<uint32_t>(bits / 8); }
-
 // Sets pixel `col` in the bytes `at`, which begin at the byte holding it,
 // to pixel `index` of the stream.
 void set_pixel_at(uint8_t *at, int32_t bits, int32_t col, const uint8_t *stream, uint64_t index) noexcept {
@@ -178,13 +175,7 @@ void set_pixel_at(uint8_t *at, int32_t bits, int32_t col, const uint8_t *stream,
     const uint64_t bit = static_cast<uint64_t>(col) * static_cast<uint64_t>(bits) % 8;
     rv::px::put_bits(at, bit, bits, rv::px::get_packed(stream, bits, index));
   } else if (bits == 12) {
-    // The odd pixel of a pair starts in the middle of the byte.
-    uint16_t word = static_cast<uint16_t>(at[0] | (at[1] << 8));
-    const uint32_t value = rv::px::get12(stream, index);
-    word = (col & 1) ? static_cast<uint16_t>((word & 0x000Fu) | (value << 4))
-                     : static_cast<uint16_t>((word & 0xF000u) | value);
-    at[0] = static_cast<uint8_t>(word);
-    at[1] = static_cast<uint8_t>(word >> 8);
+    rv::px::put12_at(at, (col & 1) != 0, rv::px::get12(stream, index));
   } else {
     const size_t size = static_cast<size_t>(bits / 8);
     std::memcpy(at, stream + index * size, size);
@@ -205,8 +196,6 @@ int32_t Rv_PutBitmapCol(BITMAPRECORD *pBitmap, const void *pBuffer, int32_t nCol
   const bool flat_memory = (flags & BITMAPFLAG_CONVENTIONAL) && pBitmap->pData != nullptr &&
                            !(flags & (BITMAPFLAG_COMPRESSED | BITMAPFLAG_TILED | BITMAPFLAG_SUPER_COMPRESSED));
   const bool callbacks_only = pBitmap->pDataCallbacks != nullptr && !flat_memory;
-  // Pixels of up to 7 bits may straddle two bytes; never reach past the row.
-  const uint32_t span = pixel_span(bits);
   for (uint32_t i = 0; i < uRows; ++i) {
     const int32_t row = static_cast<int32_t>(bBottomUp ? uRows - 1 - i : i);
     if (flat_memory) {
@@ -222,7 +211,7 @@ int32_t Rv_PutBitmapCol(BITMAPRECORD *pBitmap, const void *pBuffer, int32_t nCol
       continue;
     }
     // Other storage: read the bytes that hold the pixel, set it, write them back.
-    const uint32_t n = byte + span > bpl ? bpl - byte : span;
+    const uint32_t n = rv::px::pixel_span(bits, nCol);
     const int32_t got = Rv_GetBitmapRowCol(pBitmap, bytes, row, nCol, n);
     if (got < 0) return got;
     set_pixel_at(bytes, bits, nCol, stream, i);

@@ -17,6 +17,11 @@ void set_overlays_free(OverlaysFree fn) noexcept;
 void free_region(BITMAPRECORD *bitmap) noexcept;
 void free_overlays(BITMAPRECORD *bitmap) noexcept;
 
+// Gives `dst` its own copy of `src`'s overlays (none to copy: SUCCESS).
+int32_t copy_overlays(BITMAPRECORD *dst, const BITMAPRECORD *src) noexcept;
+// Moves the bitmap's overlays by the offsets.
+void offset_overlays(BITMAPRECORD *bitmap, int32_t dx, int32_t dy) noexcept;
+
 bool lock_tracing() noexcept;
 void set_lock_tracing(bool on) noexcept;
 // Writes "pBitmap->nLockCount = %d" and the line end to the trace.

@@ -17,4 +17,11 @@ namespace rv {
 int32_t make_pixels(const BITMAPRECORD *bitmap, COLORREF color, int32_t alpha, uint8_t *out,
                     uint32_t count) noexcept;
 
+// The same for the columns `col` to `col` + count - 1 of a row, `out` holding
+// the row's bytes from the byte of column `col` on. The bits of `out` that
+// are not part of those pixels keep their values, and so do the bits of a
+// deep gray pixel outside its significant field.
+int32_t make_pixels_at(const BITMAPRECORD *bitmap, COLORREF color, int32_t alpha, uint8_t *out,
+                       int32_t col, uint32_t count) noexcept;
+
 }  // namespace rv

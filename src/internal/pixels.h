@@ -73,6 +73,15 @@ inline void put_bits(uint8_t *p, uint64_t bit, int32_t bits, uint32_t value) noe
   }
 }
 
+// Bytes from the one that holds column `col` to the one that holds its last
+// bit: 2 for a pixel of up to 7 bits that straddles two bytes, and at depth 12.
+inline uint32_t pixel_span(int32_t bits, int32_t col) noexcept {
+  if (bits == 12) return 2;
+  if (bits >= 8) return static_cast<uint32_t>(bits / 8);
+  const uint64_t first = static_cast<uint64_t>(col) * static_cast<uint64_t>(bits);
+  return static_cast<uint32_t>((first + static_cast<uint64_t>(bits) + 7) / 8 - first / 8);
+}
+
 // Depths 1 to 7: the pixel at `col` of a row, counted from the row's start.
 inline uint32_t get_packed(const uint8_t *row, int32_t bits, uint64_t col) noexcept {
   return get_bits(row, col * static_cast<uint64_t>(bits), bits);
@@ -82,23 +91,32 @@ inline void put_packed(uint8_t *row, int32_t bits, uint64_t col, uint32_t value)
   put_bits(row, col * static_cast<uint64_t>(bits), bits, value);
 }
 
-inline uint32_t get12(const uint8_t *row, uint64_t col) noexcept {
-  const uint8_t *p = row + col + col / 2;
+// A 12-bit pixel whose bytes begin at `p` (the byte that holds the column):
+// an even column is the low 12 bits of the word at p, an odd one the high 12
+// bits of the word at p.
+inline uint32_t get12_at(const uint8_t *p, bool odd) noexcept {
   const uint32_t word = p[0] | (static_cast<uint32_t>(p[1]) << 8);
-  return (col & 1) ? word >> 4 : word & 0xFFFu;
+  return odd ? word >> 4 : word & 0xFFFu;
 }
 
 // Rewrites only the pixel's 12 bits: the neighbour's half byte stays.
-inline void put12(uint8_t *row, uint64_t col, uint32_t value) noexcept {
-  uint8_t *p = row + col + col / 2;
+inline void put12_at(uint8_t *p, bool odd, uint32_t value) noexcept {
   value &= 0xFFFu;
-  if (col & 1) {
+  if (odd) {
     p[0] = static_cast<uint8_t>((p[0] & 0x0Fu) | ((value & 0x0Fu) << 4));
     p[1] = static_cast<uint8_t>(value >> 4);
   } else {
     p[0] = static_cast<uint8_t>(value);
     p[1] = static_cast<uint8_t>((p[1] & 0xF0u) | (value >> 8));
   }
+}
+
+inline uint32_t get12(const uint8_t *row, uint64_t col) noexcept {
+  return get12_at(row + col + col / 2, (col & 1) != 0);
+}
+
+inline void put12(uint8_t *row, uint64_t col, uint32_t value) noexcept {
+  put12_at(row + col + col / 2, (col & 1) != 0, value);
 }
 
 // Any depth: the pixel value (up to 32 bits) or, for 48 and 64 bits, its low
@@ -114,17 +132,17 @@ inline uint32_t get_pixel(const uint8_t *row, int32_t bits, uint64_t col) noexce
   }
 }
 
-// Copies `count` packed pixels of `bits` (1 to 7) from pixel `src_col` of
-// `src` to pixel `dst_col` of `dst`; the bits around the run keep their
-// values. Whole bytes are copied when both runs start at the same bit offset.
-inline void copy_packed_run(uint8_t *dst, uint64_t dst_col, const uint8_t *src, uint64_t src_col,
-                            uint64_t count, int32_t bits) noexcept {
-  if (count == 0) return;
-  const uint64_t dst_bit = dst_col * static_cast<uint64_t>(bits);
-  const uint64_t src_bit = src_col * static_cast<uint64_t>(bits);
-  const uint64_t nbits = count * static_cast<uint64_t>(bits);
+// Copies `nbits` bits of an MSB-first bit stream from bit `src_bit` of `src`
+// to bit `dst_bit` of `dst`; the destination bits around them keep their
+// values. Whole bytes are moved when both start at the same bit of a byte.
+inline void copy_bits(uint8_t *dst, uint64_t dst_bit, const uint8_t *src, uint64_t src_bit,
+                      uint64_t nbits) noexcept {
+  if (nbits == 0) return;
   if (dst_bit % 8 != src_bit % 8) {
-    for (uint64_t i = 0; i < count; ++i) put_packed(dst, bits, dst_col + i, get_packed(src, bits, src_col + i));
+    // Eight bits at a time where possible, then the rest.
+    uint64_t done = 0;
+    for (; done + 8 <= nbits; done += 8) put_bits(dst, dst_bit + done, 8, get_bits(src, src_bit + done, 8));
+    for (; done < nbits; ++done) put_bits(dst, dst_bit + done, 1, get_bits(src, src_bit + done, 1));
     return;
   }
   uint8_t *d = dst + dst_bit / 8;
@@ -143,6 +161,14 @@ inline void copy_packed_run(uint8_t *dst, uint64_t dst_col, const uint8_t *src, 
   d[0] = static_cast<uint8_t>((d[0] & ~first_mask) | (s[0] & first_mask));
   if (last > 1) std::memmove(d + 1, s + 1, static_cast<size_t>(last - 1));
   d[last] = static_cast<uint8_t>((d[last] & ~last_mask) | (s[last] & last_mask));
+}
+
+// Copies `count` packed pixels of `bits` (1 to 7) from pixel `src_col` of
+// `src` to pixel `dst_col` of `dst`; the bits around the run keep their values.
+inline void copy_packed_run(uint8_t *dst, uint64_t dst_col, const uint8_t *src, uint64_t src_col,
+                            uint64_t count, int32_t bits) noexcept {
+  const auto b = static_cast<uint64_t>(bits);
+  copy_bits(dst, dst_col * b, src, src_col * b, count * b);
 }
 
 }  // namespace rv::px
