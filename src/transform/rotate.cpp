@@ -10,6 +10,7 @@
 #include "internal/record.h"
 #include "internal/replace.h"
 #include "ruvokit/rvbitmap.h"
+#include "ruvokit/rvcolor.h"
 #include "ruvokit/rvtransform.h"
 #include "transform/flip.h"
 #include "transform/progress_range.h"
@@ -103,15 +104,14 @@ void mix_resolutions(BITMAPRECORD *fresh, const BITMAPRECORD *b, int32_t angle) 
 
 // Averaging palette indexes or positions in a lookup table means nothing:
 // those bitmaps take the nearest pixel whatever the flags. An 8-bit bitmap
-// interpolates only when its palette is a gray ramp, which is the colour
-// module's verdict to give; until that verdict is reachable here, every
-// 8-bit bitmap samples the nearest pixel.
+// interpolates only when its palette is a rising gray ramp, where an index is
+// a level.
 rv::xform::Sampling sampling_for(const BITMAPRECORD *b, uint32_t flags) noexcept {
+  if (!(flags & (ROTATEFLAG_LINEAR | ROTATEFLAG_CUBIC)) || b->nBitsPerPixel < 8) return rv::xform::Sampling::Nearest;
   const bool lut = b->pLUT != nullptr || (rv::has_lut16_fields(b) && b->pLUT16 != nullptr);
-  if (b->nBitsPerPixel <= 8 || (b->nOrder == ORDER_GRAY && lut)) return rv::xform::Sampling::Nearest;
-  if (flags & ROTATEFLAG_CUBIC) return rv::xform::Sampling::Cubic;
-  if (flags & ROTATEFLAG_LINEAR) return rv::xform::Sampling::Linear;
-  return rv::xform::Sampling::Nearest;
+  if (b->nOrder == ORDER_GRAY && lut) return rv::xform::Sampling::Nearest;
+  if (b->nBitsPerPixel == 8 && Rv_IntIsGrayScaleBitmap(b, FALSE) != GRAY_RAMP) return rv::xform::Sampling::Nearest;
+  return flags & ROTATEFLAG_CUBIC ? rv::xform::Sampling::Cubic : rv::xform::Sampling::Linear;
 }
 
 // The fill colour as one pixel of the bitmap's form (below 8 bits, a byte of
