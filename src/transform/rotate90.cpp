@@ -18,6 +18,7 @@
 #include "internal/pixels.h"
 #include "internal/record.h"
 #include "internal/replace.h"
+#include "internal/simd.h"
 #include "ruvokit/rvbitmap.h"
 #include "ruvokit/rvtransform.h"
 #include "transform/mirror.h"
@@ -142,7 +143,7 @@ void transpose_bits(const uint8_t *const *in, int32_t n, int32_t width, RowWalk 
   int32_t k0 = 0;
 #if defined(__SSE2__)
   const int32_t wide = width / 64 * 8;  // source bytes in whole 64-column blocks
-  for (; k0 + 16 <= n; k0 += 16) {
+  for (; simd::level() != simd::Level::Plain && k0 + 16 <= n; k0 += 16) {
     for (int32_t xb = 0; xb < wide; xb += 8) transpose_bits_16x64(in, k0, xb, out, col);
     transpose_bits_scalar(in, k0, k0 + 16, wide, bytes, width, out, col);
   }

@@ -8,6 +8,7 @@
 
 #include <cstring>
 
+#include "color/pixel.h"
 #include "internal/pixels.h"
 #include "ruvokit/rvbitmap.h"
 
@@ -181,28 +182,21 @@ struct Words16 : Form<kChannels_, 2 * kChannels_, 65535> {
   }
 };
 // 16-bit colour, 5-5-5 (top bit apart) or 5-6-5: each field is widened to 8
-// bits with its high bits repeated below, and cut back to its width.
+// bits as the colour module widens it, and cut back to its width.
 template <int kGreenBits>
 struct Rgb16 : Form<3, 2, 255> {
-  static constexpr int kWidths[3] = {5, kGreenBits, 5};
+  static constexpr uint32_t kGreenMask = (1u << kGreenBits) - 1u;
   static void unpack(const uint8_t *p, int64_t *c) noexcept {
     const uint32_t v = p[0] | (p[1] << 8);
-    int shift = 0;
-    for (int i = 0; i < 3; ++i) {
-      const int n = kWidths[i];
-      const uint32_t f = (v >> shift) & ((1u << n) - 1u);
-      c[i] = (f << (8 - n)) | (f >> (2 * n - 8));
-      shift += n;
-    }
+    c[0] = pixel::widen5(v & 31u);
+    c[1] = kGreenBits == 6 ? pixel::widen6((v >> 5) & kGreenMask) : pixel::widen5((v >> 5) & kGreenMask);
+    c[2] = pixel::widen5((v >> (5 + kGreenBits)) & 31u);
     c[3] = v & 0x8000u;
   }
   static void pack(const int64_t *c, uint8_t *p) noexcept {
-    uint32_t v = 0;
-    int shift = 0;
-    for (int i = 0; i < 3; ++i) {
-      v |= (static_cast<uint32_t>(c[i] & 0xFF) >> (8 - kWidths[i])) << shift;
-      shift += kWidths[i];
-    }
+    uint32_t v = (static_cast<uint32_t>(c[0] & 0xFF) >> 3) |
+                 ((static_cast<uint32_t>(c[1] & 0xFF) >> (8 - kGreenBits)) << 5) |
+                 ((static_cast<uint32_t>(c[2] & 0xFF) >> 3) << (5 + kGreenBits));
     if (kGreenBits == 5) v |= static_cast<uint32_t>(c[3]) & 0x8000u;
     p[0] = static_cast<uint8_t>(v);
     p[1] = static_cast<uint8_t>(v >> 8);
