@@ -309,6 +309,18 @@ TEST(Rotate, SizesShortcutsAndResolutions) {
   EXPECT_EQ(Rv_RotateBitmap(&bad, 100, 0, 0), ERROR_INVALID_STRUCT_SIZE);
 }
 
+// A 32-bit gray bitmap's recorded range takes in the fill, where it is set.
+TEST(Rotate, GrayRangeTakesTheFill) {
+  rvtest::Bitmap b;
+  ASSERT_TRUE(rvtest::make(b.get(), 8, 8, 32));
+  b->nOrder = ORDER_GRAY;
+  b->nMinVal = 10;
+  b->nMaxVal = -1;  // not set
+  ASSERT_EQ(Rv_RotateBitmap(b.get(), 1000, 0, RV_GRAY_LEVEL(5)), SUCCESS);
+  EXPECT_EQ(b->nMinVal, 5);
+  EXPECT_EQ(b->nMaxVal, -1);
+}
+
 TEST(Rotate, ProgressIsScaledIntoTheGivenShare) {
   struct Case {
     int32_t angle;

@@ -112,25 +112,25 @@ TEST(ViewPerspective, MappingEdges) {
 TEST(ViewPerspective, StepsTurnTheDisplayedPicture) {
   const Grid g = numbered(4, 3);
   for (int32_t view = 1; view <= 8; ++view) {
-    BITMAPRECORD b{};
-    ASSERT_EQ(Rv_InitBitmap(&b, RV_BITMAPRECORD_SIZE, 4, 3, 8), SUCCESS);
-    b.nViewPerspective = view;
-    const Grid shown = rvtest::displayed(g, view);
-    ASSERT_EQ(Rv_FlipBitmapViewPerspective(&b), SUCCESS);
-    Grid want = shown;
-    std::reverse(want.begin(), want.end());
-    EXPECT_EQ(rvtest::displayed(g, b.nViewPerspective), want) << view;
-    b.nViewPerspective = view;
-    ASSERT_EQ(Rv_ReverseBitmapViewPerspective(&b), SUCCESS);
-    want = shown;
-    for (auto &row : want) std::reverse(row.begin(), row.end());
-    EXPECT_EQ(rvtest::displayed(g, b.nViewPerspective), want) << view;
-    b.nViewPerspective = view;
-    b.nXResolution = 100;
-    b.nYResolution = 300;
-    ASSERT_EQ(Rv_RotateBitmapViewPerspective(&b, 90), SUCCESS);
-    EXPECT_EQ(rvtest::displayed(g, b.nViewPerspective), rvtest::turned_clockwise(shown)) << view;
-    EXPECT_EQ(b.nXResolution, 300);
+    for (int step = 0; step < 3; ++step) {
+      BITMAPRECORD b{};
+      ASSERT_EQ(Rv_InitBitmap(&b, RV_BITMAPRECORD_SIZE, 4, 3, 8), SUCCESS);
+      b.nViewPerspective = view;
+      b.nXResolution = 100;
+      Grid want = rvtest::displayed(g, view);
+      if (step == 0) {
+        ASSERT_EQ(Rv_FlipBitmapViewPerspective(&b), SUCCESS);
+        std::reverse(want.begin(), want.end());
+      } else if (step == 1) {
+        ASSERT_EQ(Rv_ReverseBitmapViewPerspective(&b), SUCCESS);
+        for (auto &row : want) std::reverse(row.begin(), row.end());
+      } else {
+        ASSERT_EQ(Rv_RotateBitmapViewPerspective(&b, 90), SUCCESS);
+        want = rvtest::turned_clockwise(want);
+      }
+      EXPECT_EQ(rvtest::displayed(g, b.nViewPerspective), want) << view << ", step " << step;
+      EXPECT_EQ(b.nXResolution, step == 2 ? 150 : 100);  // a quarter turn swaps the resolutions
+    }
   }
 }
 
