@@ -8,6 +8,7 @@
 #include <random>
 
 #include "bench_common.h"
+#include "internal/simd.h"
 #include "ruvokit/rvkrn.h"
 
 namespace {
@@ -73,8 +74,9 @@ void BM_Rotate90_4000x3000x24(benchmark::State &state) {
   run_in_place(state, rvbench::kWidth, rvbench::kHeight, 24, [](BITMAPRECORD *b) { turn(b, 9000, ROTATEFLAG_RESIZE); });
 }
 // The transpose alone, between buffers that stay: what the quarter turn costs
-// without making the new bitmap's memory.
+// without making the new bitmap's memory; with vectors, and without.
 void BM_RotateBuffer90_4000x3000x24(benchmark::State &state) {
+  rv::simd::ScopedLevel level(state.range(0) ? rv::simd::detected() : rv::simd::Level::Plain);
   Picture p(rvbench::kWidth, rvbench::kHeight, 24);
   std::vector<uint8_t> out(p.original.size());
   for (auto _ : state) {
@@ -131,7 +133,7 @@ void BM_Rotate1_5Nearest_2480x3508x1(benchmark::State &state) {
 }  // namespace
 
 BENCHMARK(BM_Rotate90_4000x3000x24)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_RotateBuffer90_4000x3000x24)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_RotateBuffer90_4000x3000x24)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_RotateBuffer90_2480x3508x1)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Rotate180_4000x3000x24)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Rotate270_4000x3000x24)->Unit(benchmark::kMillisecond);

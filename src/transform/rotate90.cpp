@@ -10,7 +10,7 @@
 #include <cstring>
 #include <utility>
 #if defined(__SSE2__)
-#include <emmintrin.h>
+#include <immintrin.h>
 #endif
 
 #include "core/rowcol.h"
@@ -39,27 +39,117 @@ struct RowWalk {
   uint8_t *at(int64_t i) const noexcept { return base + i * stride; }
 };
 
-// Pixels of whole bytes: pixel x of in[k] goes to pixel col + k of row x.
-// Pixels of 3 and 6 bytes move as 4 and 8: the bytes written past a pixel
-// belong to the next pixel of the result row, which is written after it, so
-// only the last pixel of a result row and the last of a source row (which
-// might end the buffer) move at their own size.
+// Pixels of whole bytes: pixel x of source row k (rows [k0, k1) of the band,
+// columns [x0, x1)) goes to pixel col + k of result row x. Pixels of 3 and 6
+// bytes move as 4 and 8: the bytes written past a pixel belong to the next
+// pixel of the result row, which is written after it, so only the last pixel
+// of a result row and the last of a source row (which might end the buffer)
+// move at their own size.
+template <size_t kBytes>
+void move_pixels(const uint8_t *const *in, int32_t k0, int32_t k1, int32_t x0, int32_t x1, int32_t width,
+                 RowWalk out, int32_t col, int32_t out_width) noexcept {
+  constexpr size_t kWide = kBytes == 3 ? 4 : kBytes == 6 ? 8 : kBytes;
+  for (int32_t k = k0; k < k1; ++k) {
+    const uint8_t *src = in[k] + static_cast<size_t>(x0) * kBytes;
+    uint8_t *dst = out.at(x0) + static_cast<size_t>(col + k) * kBytes;
+    const int32_t wide_end = col + k + 1 < out_width ? std::min(x1, width - 1) : x0;
+    int32_t x = x0;
+    for (; x < wide_end; ++x, src += kBytes, dst += out.stride) std::memcpy(dst, src, kWide);
+    for (; x < x1; ++x, src += kBytes, dst += out.stride) std::memcpy(dst, src, kBytes);
+  }
+}
+
 template <size_t kBytes>
 void transpose_bytes(const uint8_t *const *in, int32_t n, int32_t width, RowWalk out, int32_t col,
                      int32_t out_width) noexcept {
-  constexpr size_t kWide = kBytes == 3 ? 4 : kBytes == 6 ? 8 : kBytes;
   for (int32_t x0 = 0; x0 < width; x0 += kBlock) {
-    const int32_t x1 = std::min(width, x0 + kBlock);
-    for (int32_t k = 0; k < n; ++k) {
-      const uint8_t *src = in[k] + static_cast<size_t>(x0) * kBytes;
-      uint8_t *dst = out.at(x0) + static_cast<size_t>(col + k) * kBytes;
-      const int32_t wide_end = col + k + 1 < out_width ? std::min(x1, width - 1) : x0;
-      int32_t x = x0;
-      for (; x < wide_end; ++x, src += kBytes, dst += out.stride) std::memcpy(dst, src, kWide);
-      for (; x < x1; ++x, src += kBytes, dst += out.stride) std::memcpy(dst, src, kBytes);
-    }
+    move_pixels<kBytes>(in, 0, n, x0, std::min(width, x0 + kBlock), width, out, col, out_width);
   }
 }
+
+#if defined(__SSE2__)
+#define RV_SSSE3 __attribute__((target("ssse3")))
+
+inline __m128i load16(const uint8_t *p) noexcept { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(p)); }
+inline void store16(uint8_t *p, __m128i v) noexcept { _mm_storeu_si128(reinterpret_cast<__m128i *>(p), v); }
+
+// 32 bits: four rows by four columns, a 4 by 4 transpose of words, four
+// result rows at a time down the whole band.
+void transpose32_vector(const uint8_t *const *in, int32_t n, int32_t width, RowWalk out, int32_t col,
+                        int32_t out_width) noexcept {
+  const int32_t whole_rows = n / 4 * 4;
+  const int32_t vector_width = width / 4 * 4;
+  for (int32_t x = 0; x < vector_width; x += 4) {
+    const size_t from = static_cast<size_t>(x) * 4;
+    for (int32_t k = 0; k < whole_rows; k += 4) {
+      const size_t to = static_cast<size_t>(col + k) * 4;
+      const __m128i r0 = load16(in[k] + from), r1 = load16(in[k + 1] + from);
+      const __m128i r2 = load16(in[k + 2] + from), r3 = load16(in[k + 3] + from);
+      const __m128i t0 = _mm_unpacklo_epi32(r0, r1), t1 = _mm_unpacklo_epi32(r2, r3);
+      const __m128i t2 = _mm_unpackhi_epi32(r0, r1), t3 = _mm_unpackhi_epi32(r2, r3);
+      store16(out.at(x) + to, _mm_unpacklo_epi64(t0, t1));
+      store16(out.at(x + 1) + to, _mm_unpackhi_epi64(t0, t1));
+      store16(out.at(x + 2) + to, _mm_unpacklo_epi64(t2, t3));
+      store16(out.at(x + 3) + to, _mm_unpackhi_epi64(t2, t3));
+    }
+  }
+  move_pixels<4>(in, 0, whole_rows, vector_width, width, width, out, col, out_width);
+  move_pixels<4>(in, whole_rows, n, 0, width, width, out, col, out_width);
+}
+
+// The byte shuffles that take pixel j of a row of four 3-byte pixels to
+// place i of result row j: kShuffle24[j][i].
+struct Shuffles24 {
+  uint8_t mask[4][4][16];
+};
+constexpr Shuffles24 make_shuffles24() noexcept {
+  Shuffles24 s{};
+  for (int j = 0; j < 4; ++j)
+    for (int i = 0; i < 4; ++i)
+      for (int p = 0; p < 16; ++p) s.mask[j][i][p] = static_cast<uint8_t>(p >= 3 * i && p < 3 * i + 3 ? 3 * j + p - 3 * i : 0x80);
+  return s;
+}
+constexpr Shuffles24 kShuffle24 = make_shuffles24();
+
+// 24 bits: four rows by four columns, each result row's 12 bytes gathered
+// from the four rows by byte shuffles. Four result rows at a time are written
+// down the whole band, the source lines they read staying in the cache for
+// the next four. A vector reads 16 bytes of a source row and writes 16 of a
+// result row; the 4 bytes past the pixels belong to pixels written after
+// them, and are not touched at the ends of the rows.
+RV_SSSE3 void transpose24_vector(const uint8_t *const *in, int32_t n, int32_t width, RowWalk out, int32_t col,
+                                 int32_t out_width) noexcept {
+  __m128i masks[4][4];
+  for (int j = 0; j < 4; ++j)
+    for (int i = 0; i < 4; ++i) masks[j][i] = load16(kShuffle24.mask[j][i]);
+  const int32_t whole_rows = n / 4 * 4;
+  const int32_t vector_width = width >= 6 ? (width - 2) / 4 * 4 : 0;  // 16-byte reads stay in the row
+  for (int32_t x = 0; x < vector_width; x += 4) {
+    const size_t from = static_cast<size_t>(x) * 3;
+    for (int32_t k = 0; k < whole_rows; k += 4) {
+      const size_t to = static_cast<size_t>(col + k) * 3;
+      const __m128i r[4] = {load16(in[k] + from), load16(in[k + 1] + from), load16(in[k + 2] + from),
+                            load16(in[k + 3] + from)};
+      const bool whole = col + k + 6 <= out_width;
+      for (int j = 0; j < 4; ++j) {
+        const __m128i v = _mm_or_si128(
+            _mm_or_si128(_mm_shuffle_epi8(r[0], masks[j][0]), _mm_shuffle_epi8(r[1], masks[j][1])),
+            _mm_or_si128(_mm_shuffle_epi8(r[2], masks[j][2]), _mm_shuffle_epi8(r[3], masks[j][3])));
+        uint8_t *dst = out.at(x + j) + to;
+        if (whole) {
+          store16(dst, v);
+        } else {
+          _mm_storel_epi64(reinterpret_cast<__m128i *>(dst), v);
+          const auto tail = static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(v, 8)));
+          std::memcpy(dst + 8, &tail, 4);
+        }
+      }
+    }
+  }
+  move_pixels<3>(in, 0, whole_rows, vector_width, width, width, out, col, out_width);
+  move_pixels<3>(in, whole_rows, n, 0, width, width, out, col, out_width);
+}
+#endif
 
 // The 8 by 8 bit block whose byte i (from the high end) is row i, pixel 0 in
 // the high bit, transposed: byte j then holds pixel j of the eight rows.
@@ -176,8 +266,25 @@ void transpose_band(const uint8_t *const *in, int32_t n, int32_t width, int32_t 
     case 1: transpose_bits(in, n, width, out, col); break;
     case 8: transpose_bytes<1>(in, n, width, out, col, out_width); break;
     case 16: transpose_bytes<2>(in, n, width, out, col, out_width); break;
+#if defined(__SSE2__)
+    case 24:
+      if (simd::level() >= simd::Level::Ssse3) {
+        transpose24_vector(in, n, width, out, col, out_width);
+      } else {
+        transpose_bytes<3>(in, n, width, out, col, out_width);
+      }
+      break;
+    case 32:
+      if (simd::level() != simd::Level::Plain) {
+        transpose32_vector(in, n, width, out, col, out_width);
+      } else {
+        transpose_bytes<4>(in, n, width, out, col, out_width);
+      }
+      break;
+#else
     case 24: transpose_bytes<3>(in, n, width, out, col, out_width); break;
     case 32: transpose_bytes<4>(in, n, width, out, col, out_width); break;
+#endif
     case 48: transpose_bytes<6>(in, n, width, out, col, out_width); break;
     case 64: transpose_bytes<8>(in, n, width, out, col, out_width); break;
     default: transpose_packed(in, n, width, bits, out, col); break;

@@ -55,23 +55,27 @@ TEST(RotateBuffer, QuarterAndHalfTurnsOfPlainRows) {
 // the same bytes, past band and block edges, at every depth.
 TEST(QuarterTurn, FastPathGivesTheBytesOfThePlainOne) {
   for (int32_t bits : rvtest::kAllDepths) {
-    for (bool clockwise : {true, false}) {
-      rvtest::Bitmap src, plain;
-      ASSERT_TRUE(rvtest::make(src.get(), 70, 67, bits));
-      ASSERT_TRUE(rvtest::make(plain.get(), 67, 70, bits));
-      rvtest::fill_random(src.get(), 100 + bits);
-      rv::xform::RangeProgress progress(67, 0, 100);
-      ASSERT_EQ(rv::xform::quarter_turn_rows(src.get(), plain.get(), clockwise, progress), SUCCESS);
-      const size_t size = rv::flat_size(plain.get());
-      for (auto level : {rv::simd::Level::Plain, rv::simd::detected()}) {
-        rv::simd::ScopedLevel force(level);
-        rvtest::Bitmap fast;
-        ASSERT_TRUE(rvtest::make(fast.get(), 67, 70, bits));
-        ASSERT_EQ(rv::xform::quarter_turn_flat(src.get(), fast.get(), clockwise, progress), SUCCESS);
-        std::vector<uint8_t> buffer(size, 0);
-        ASSERT_EQ(Rv_RotateBuffer90(src->pData, buffer.data(), clockwise, 70, 67, static_cast<uint32_t>(bits)), SUCCESS);
-        ASSERT_EQ(std::memcmp(fast->pData, plain->pData, size), 0) << bits << " bits, clockwise " << clockwise;
-        ASSERT_EQ(std::memcmp(buffer.data(), plain->pData, size), 0) << bits << " bits, clockwise " << clockwise;
+    for (auto [w, h] : {std::pair{70, 67}, std::pair{21, 530}}) {  // past a block; past a band
+      for (bool clockwise : {true, false}) {
+        rvtest::Bitmap src, plain;
+        ASSERT_TRUE(rvtest::make(src.get(), w, h, bits));
+        ASSERT_TRUE(rvtest::make(plain.get(), h, w, bits));
+        rvtest::fill_random(src.get(), 100 + bits);
+        rv::xform::RangeProgress progress(h, 0, 100);
+        ASSERT_EQ(rv::xform::quarter_turn_rows(src.get(), plain.get(), clockwise, progress), SUCCESS);
+        const size_t size = rv::flat_size(plain.get());
+        for (auto level : {rv::simd::Level::Plain, rv::simd::detected()}) {
+          rv::simd::ScopedLevel force(level);
+          rvtest::Bitmap fast;
+          ASSERT_TRUE(rvtest::make(fast.get(), h, w, bits));
+          ASSERT_EQ(rv::xform::quarter_turn_flat(src.get(), fast.get(), clockwise, progress), SUCCESS);
+          std::vector<uint8_t> buffer(size, 0);
+          ASSERT_EQ(Rv_RotateBuffer90(src->pData, buffer.data(), clockwise, static_cast<uint32_t>(w),
+                                      static_cast<uint32_t>(h), static_cast<uint32_t>(bits)),
+                    SUCCESS);
+          ASSERT_EQ(std::memcmp(fast->pData, plain->pData, size), 0) << bits << " bits, " << w << " x " << h;
+          ASSERT_EQ(std::memcmp(buffer.data(), plain->pData, size), 0) << bits << " bits, " << w << " x " << h;
+        }
       }
     }
   }
