@@ -9,4 +9,19 @@ constexpr int kWidth = 4000;
 constexpr int kHeight = 3000;
 constexpr size_t kPictureBytes = size_t{kWidth} * kHeight * 3;
 
+// Row y of a photograph-like picture in 24-bit blue-green-red: smooth
+// gradients in each channel with a little fixed noise, so that neighbouring
+// pixels are close but seldom equal.
+inline void picture_row24(uint8_t *row, int y) {
+  uint32_t noise = 0x9E3779B9u * static_cast<uint32_t>(y + 1);
+  for (int x = 0; x < kWidth; ++x) {
+    noise = noise * 1664525u + 1013904223u;
+    const int jitter = static_cast<int>(noise >> 29) - 4;  // -4..3
+    auto clamp = [](int v) { return static_cast<uint8_t>(v < 0 ? 0 : (v > 255 ? 255 : v)); };
+    row[3 * x] = clamp((x * 255) / kWidth + jitter);
+    row[3 * x + 1] = clamp((y * 255) / kHeight + jitter);
+    row[3 * x + 2] = clamp(((x + y) * 255) / (kWidth + kHeight) + (x / 37 % 7) * 4 + jitter);
+  }
+}
+
 }  // namespace rvbench

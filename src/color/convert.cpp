@@ -9,11 +9,12 @@
 
 #include <cstring>
 
+#include "color/channels.h"
 #include "color/grayscale.h"
 #include "color/kernels.h"
 #include "color/match.h"
 #include "color/palette.h"
-#include "color/pixel.h"
+#include "internal/pixels.h"
 #include "internal/simd.h"
 
 namespace rv::color {
@@ -69,7 +70,7 @@ constexpr uint32_t blue_of(uint32_t c) noexcept { return c & 0xFF; }
 constexpr uint32_t green_of(uint32_t c) noexcept { return (c >> 8) & 0xFF; }
 constexpr uint32_t red_of(uint32_t c) noexcept { return (c >> 16) & 0xFF; }
 constexpr uint32_t gray_of(uint32_t c) noexcept {
-  return pixel::gray(red_of(c), green_of(c), blue_of(c));
+  return channels::gray(red_of(c), green_of(c), blue_of(c));
 }
 
 // An 8-bit gray g in a field of w bits shifted by s: for w above 8 the value
@@ -119,8 +120,8 @@ inline uint32_t made_alpha_indexed(const Plan &p, uint32_t bgr, uint32_t index) 
 }
 
 inline detail::Rgb16Px widen(uint32_t c) noexcept {
-  return {pixel::widen8(blue_of(c)), pixel::widen8(green_of(c)), pixel::widen8(red_of(c)),
-          pixel::widen8(c >> 24)};
+  return {channels::widen8(blue_of(c)), channels::widen8(green_of(c)), channels::widen8(red_of(c)),
+          channels::widen8(c >> 24)};
 }
 
 // --- sources -------------------------------------------------------------------------------
@@ -131,7 +132,7 @@ inline detail::Rgb16Px widen(uint32_t c) noexcept {
 struct PaletteSource {
   static constexpr bool kHasIndex = true;
   static uint32_t index(const Plan &p, const uint8_t *row, uint32_t i) noexcept {
-    return p.src_pixel_bits == 8 ? row[i] : pixel::get_packed(row, i, p.src_pixel_bits);
+    return p.src_pixel_bits == 8 ? row[i] : px::get_packed(row, p.src_pixel_bits, i);
   }
   static uint32_t rgb8(const Plan &p, const uint8_t *row, uint32_t i) noexcept {
     return p.source_colors[index(p, row, i)];
@@ -148,23 +149,23 @@ struct Rgb16Source {
   static constexpr bool kHasIndex = false;
   static uint32_t channels(const Plan &p, uint32_t word) noexcept {
     const Layout16 &l = p.src_layout;
-    const uint32_t r = pixel::widen5((word >> l.red_shift) & 31);
-    const uint32_t b = pixel::widen5((word >> l.blue_shift) & 31);
-    const uint32_t g = l.green_bits == 6 ? pixel::widen6((word >> l.green_shift) & 63)
-                                         : pixel::widen5((word >> l.green_shift) & 31);
+    const uint32_t r = channels::widen5((word >> l.red_shift) & 31);
+    const uint32_t b = channels::widen5((word >> l.blue_shift) & 31);
+    const uint32_t g = l.green_bits == 6 ? channels::widen6((word >> l.green_shift) & 63)
+                                         : channels::widen5((word >> l.green_shift) & 31);
     return bgra(b, g, r, 0);
   }
   static uint32_t rgb8(const Plan &p, const uint8_t *row, uint32_t i) noexcept {
-    const uint32_t word = pixel::load16(row + 2 * i);
+    const uint32_t word = channels::load16(row + 2 * i);
     const uint32_t alpha = !p.c16_alpha_from_bit || (word & 0x8000) ? 255 : 0;
     return channels(p, word) | (alpha << 24);
   }
   static detail::Rgb16Px rgb16(const Plan &p, const uint8_t *row, uint32_t i) noexcept {
-    const uint32_t word = pixel::load16(row + 2 * i);
+    const uint32_t word = channels::load16(row + 2 * i);
     return widen(channels(p, word) | ((word & 0x8000) ? 0xFF000000u : 0));
   }
   static uint32_t gray(const Plan &p, const uint8_t *row, uint32_t i) noexcept {
-    return p.gray_place[gray_of(channels(p, pixel::load16(row + 2 * i)))];
+    return p.gray_place[gray_of(channels(p, channels::load16(row + 2 * i)))];
   }
 };
 
@@ -192,19 +193,19 @@ struct WordSource {
   static constexpr bool kHasIndex = false;
   static detail::Rgb16Px rgb16(const Plan &p, const uint8_t *row, uint32_t i) noexcept {
     const uint8_t *q = row + kBytes * i;
-    const uint16_t c0 = pixel::load16(q), c1 = pixel::load16(q + 2), c2 = pixel::load16(q + 4);
+    const uint16_t c0 = channels::load16(q), c1 = channels::load16(q + 2), c2 = channels::load16(q + 4);
     detail::Rgb16Px px = p.src_red_first ? detail::Rgb16Px{c2, c1, c0, 0}
                                          : detail::Rgb16Px{c0, c1, c2, 0};
     if (kBytes == 8) {
-      px.a = pixel::load16(q + 6);
+      px.a = channels::load16(q + 6);
     } else {
       px.a = static_cast<uint16_t>(made_alpha(p, high_bytes(px)) * 257);
     }
     return px;
   }
   static uint32_t high_bytes(const detail::Rgb16Px &px) noexcept {
-    return bgra(pixel::narrow16(px.b), pixel::narrow16(px.g), pixel::narrow16(px.r),
-                pixel::narrow16(px.a));
+    return bgra(channels::narrow16(px.b), channels::narrow16(px.g), channels::narrow16(px.r),
+                channels::narrow16(px.a));
   }
   static uint32_t rgb8(const Plan &p, const uint8_t *row, uint32_t i) noexcept {
     return high_bytes(rgb16(p, row, i));
@@ -213,7 +214,7 @@ struct WordSource {
     const detail::Rgb16Px px = rgb16(p, row, i);
     const uint32_t field = p.dst_field_bits;
     if (field <= 8) return p.gray_place[gray_of(high_bytes(px))];
-    const uint32_t deep = pixel::gray(px.r, px.g, px.b);
+    const uint32_t deep = channels::gray(px.r, px.g, px.b);
     if (field < 32) return place16(deep, p.place_width, p.place_shift);
     // 32-bit gray takes a 16-bit value in both halves: the gray of the high
     // bytes from 48 bits, the full gray from 64.
@@ -228,9 +229,9 @@ struct GrayWordSource {
   static constexpr bool kHasIndex = true;
   static uint32_t word(const Plan &p, const uint8_t *row, uint32_t i) noexcept {
     switch (p.gray_bits) {
-      case 12: return pixel::get12(row, i);
-      case 16: return pixel::load16(row + 2 * i);
-      default: return pixel::load32(row + 4 * i);
+      case 12: return px::get12(row, i);
+      case 16: return channels::load16(row + 2 * i);
+      default: return channels::load32(row + 4 * i);
     }
   }
   static uint32_t field(const Plan &p, uint32_t w) noexcept {
@@ -244,7 +245,7 @@ struct GrayWordSource {
     uint32_t c;
     if (p.lut16 != nullptr) {
       const RGBQUAD16 &e = p.lut16[v];
-      c = bgra(pixel::narrow16(e.rgbBlue), pixel::narrow16(e.rgbGreen), pixel::narrow16(e.rgbRed), 0);
+      c = bgra(channels::narrow16(e.rgbBlue), channels::narrow16(e.rgbGreen), channels::narrow16(e.rgbRed), 0);
     } else if (p.gray_palette != nullptr) {
       const RGBQUAD &e = p.gray_palette[v];
       c = bgra(e.rgbBlue, e.rgbGreen, e.rgbRed, 0);
@@ -262,7 +263,7 @@ struct GrayWordSource {
     if (p.lut16 != nullptr) {
       const RGBQUAD16 &e = p.lut16[v];
       px = {e.rgbBlue, e.rgbGreen, e.rgbRed, 0};
-      c = bgra(pixel::narrow16(e.rgbBlue), pixel::narrow16(e.rgbGreen), pixel::narrow16(e.rgbRed), 0);
+      c = bgra(channels::narrow16(e.rgbBlue), channels::narrow16(e.rgbGreen), channels::narrow16(e.rgbRed), 0);
     } else if (p.gray_palette != nullptr) {
       const RGBQUAD &e = p.gray_palette[v];
       c = bgra(e.rgbBlue, e.rgbGreen, e.rgbRed, 0);
@@ -284,11 +285,11 @@ struct GrayWordSource {
       const uint32_t at = p.raw_index ? w : field(p, w);
       if (p.gray_palette != nullptr && p.lut16 == nullptr) {
         const RGBQUAD &e = p.gray_palette[at];
-        return p.gray_place[pixel::gray(e.rgbRed, e.rgbGreen, e.rgbBlue)];
+        return p.gray_place[channels::gray(e.rgbRed, e.rgbGreen, e.rgbBlue)];
       }
       const RGBQUAD16 &e = p.lut16[at];
       if (field_bits <= 8) return p.gray_place[(5u * e.rgbGreen + 2u * e.rgbRed + e.rgbBlue + 4) >> 11];
-      const uint32_t deep = pixel::gray(e.rgbRed, e.rgbGreen, e.rgbBlue);
+      const uint32_t deep = channels::gray(e.rgbRed, e.rgbGreen, e.rgbBlue);
       return p.src_range ? scale16(deep, static_cast<int32_t>(field_bits), 0)
                          : scale16(deep, p.place_width, p.place_shift);
     }
@@ -338,7 +339,7 @@ void put_index(const Plan &p, uint8_t *row, uint32_t i, uint32_t index) noexcept
   if (p.dst_pixel_bits == 8) {
     row[i] = static_cast<uint8_t>(index);
   } else {
-    pixel::put_packed(row, i, p.dst_pixel_bits, index);
+    px::put_packed(row, p.dst_pixel_bits, i, index);
   }
 }
 
@@ -357,10 +358,10 @@ void encode_gray(Plan &p, const Chunk &chunk, uint8_t *row, uint32_t first, uint
     const uint32_t at = first + i;
     switch (p.dst_pixel_bits) {
       case 8: row[at] = static_cast<uint8_t>(v); break;
-      case 12: pixel::put12(row, at, v & 0xFFF); break;
-      case 16: pixel::store16(row + 2 * at, v); break;
-      case 32: pixel::store32(row + 4 * at, v); break;
-      default: pixel::put_packed(row, at, p.dst_pixel_bits, v); break;
+      case 12: px::put12(row, at, v & 0xFFF); break;
+      case 16: channels::store16(row + 2 * at, v); break;
+      case 32: channels::store32(row + 4 * at, v); break;
+      default: px::put_packed(row, p.dst_pixel_bits, at, v); break;
     }
   }
 }
@@ -372,7 +373,7 @@ void encode_rgb16(Plan &p, const Chunk &chunk, uint8_t *row, uint32_t first, uin
     uint32_t word = ((red_of(c) >> 3) << l.red_shift) | ((blue_of(c) >> 3) << l.blue_shift) |
                     ((green_of(c) >> (8 - l.green_bits)) << l.green_shift);
     if (p.carry_alpha_bit && (c >> 31) != 0) word |= 0x8000;
-    pixel::store16(row + 2 * (first + i), word);
+    channels::store16(row + 2 * (first + i), word);
   }
 }
 
@@ -393,10 +394,10 @@ void encode_words(Plan &p, const Chunk &chunk, uint8_t *row, uint32_t first, uin
   for (uint32_t i = 0; i < count; ++i) {
     const detail::Rgb16Px &px = chunk.rgb16[i];
     uint8_t *q = row + kBytes * (first + i);
-    pixel::store16(q, p.dst_red_first ? px.r : px.b);
-    pixel::store16(q + 2, px.g);
-    pixel::store16(q + 4, p.dst_red_first ? px.b : px.r);
-    if (kBytes == 8) pixel::store16(q + 6, px.a);
+    channels::store16(q, p.dst_red_first ? px.r : px.b);
+    channels::store16(q + 2, px.g);
+    channels::store16(q + 4, p.dst_red_first ? px.b : px.r);
+    if (kBytes == 8) channels::store16(q + 6, px.a);
   }
 }
 
@@ -467,7 +468,7 @@ void apply_gamut(uint8_t *row, uint32_t width, bool wide) noexcept {
   for (uint32_t i = 0; i < width; ++i) {
     uint8_t *q = row + static_cast<uint64_t>(step) * i;
     int64_t in[3];
-    for (int k = 0; k < 3; ++k) in[k] = wide ? pixel::load16(q + 2 * k) : q[k];
+    for (int k = 0; k < 3; ++k) in[k] = wide ? channels::load16(q + 2 * k) : q[k];
     for (int k = 0; k < 3; ++k) {
       int64_t v;
       if (kInto) {
@@ -478,7 +479,7 @@ void apply_gamut(uint8_t *row, uint32_t width, bool wide) noexcept {
       }
       if (v > limit) v = limit;
       if (wide) {
-        pixel::store16(q + 2 * k, static_cast<uint32_t>(v));
+        channels::store16(q + 2 * k, static_cast<uint32_t>(v));
       } else {
         q[k] = static_cast<uint8_t>(v);
       }
@@ -623,9 +624,11 @@ void plan_gray_word(const ConvertArgs &a, Plan &p) noexcept {
   p.place_width = w;
   p.place_shift = s;
   // A table's gray under a source range fills the destination's whole field.
-  const int32_t pw = p.src_range ? field : w;
-  const int32_t ps = p.src_range ? 0 : s;
-  for (uint32_t g = 0; g < 256; ++g) p.gray_place[g] = place8(g, pw, ps);
+  if (to_gray && table) {
+    const int32_t pw = p.src_range ? field : w;
+    const int32_t ps = p.src_range ? 0 : s;
+    for (uint32_t g = 0; g < 256; ++g) p.gray_place[g] = place8(g, pw, ps);
+  }
 }
 
 bool identity_words(const uint32_t *table, uint32_t count) noexcept {
@@ -765,7 +768,26 @@ int32_t build_plan(const ConvertArgs &a, Plan &p) noexcept {
     default: p.form = Form::Rgb8; break;
   }
 
-  // The tables of the source class.
+  if (p.source == SourceClass::Rgb24 || p.source == SourceClass::Rgb48 || p.source == SourceClass::Rgb64) {
+    place_in_range(a, p, p.source != SourceClass::Rgb24, &p.place_width, &p.place_shift);
+  }
+  // Pairs whose destination form is their source form.
+  if (p.dest != DestClass::Palette && p.dest != DestClass::Gray) {
+    const bool same_class = (p.source == SourceClass::Rgb24 && p.dest == DestClass::Rgb24) ||
+                            (p.source == SourceClass::Rgb32 && p.dest == DestClass::Rgb32) ||
+                            (p.source == SourceClass::Rgb48 && p.dest == DestClass::Rgb48) ||
+                            (p.source == SourceClass::Rgb64 && p.dest == DestClass::Rgb64);
+    if (same_class && p.src_red_first == p.dst_red_first) p.nothing_to_do = true;
+    if (p.source == SourceClass::Rgb16 && p.dest == DestClass::Rgb16 && src_order == dst_order) {
+      p.nothing_to_do = true;
+    }
+  }
+  p.decode = decoder_of(p.source);
+  p.encode = encoder_of(p.dest);
+  choose_kernel(p);
+
+  // The tables of the source class; a fast path needs none but a palette's
+  // colours.
   switch (p.source) {
     case SourceClass::Palette: {
       const bool plain = a.src_bits == 0;
@@ -780,7 +802,7 @@ int32_t build_plan(const ConvertArgs &a, Plan &p) noexcept {
         place_in_range(a, p, false, &w, &s);
         for (uint32_t i = 0; i < count; ++i) {
           const RGBQUAD &e = palette[i];
-          p.gray_place[i] = place8(pixel::gray(e.rgbRed, e.rgbGreen, e.rgbBlue), w, s);
+          p.gray_place[i] = place8(channels::gray(e.rgbRed, e.rgbGreen, e.rgbBlue), w, s);
         }
         p.nothing_to_do = p.src_pixel_bits == p.dst_pixel_bits && identity_words(p.gray_place, count);
       } else {
@@ -802,32 +824,16 @@ int32_t build_plan(const ConvertArgs &a, Plan &p) noexcept {
       break;
     case SourceClass::Rgb16:
     case SourceClass::Rgb32:
-      if (p.form == Form::Gray) plan_color_word_gray(a, p);
+      if (p.form == Form::Gray && p.kernel == nullptr) plan_color_word_gray(a, p);
       break;
     case SourceClass::Rgb24:
     case SourceClass::Rgb48:
-    case SourceClass::Rgb64: {
-      const bool deep = p.source != SourceClass::Rgb24;
-      place_in_range(a, p, deep, &p.place_width, &p.place_shift);
-      for (uint32_t g = 0; g < 256; ++g) p.gray_place[g] = place8(g, p.place_width, p.place_shift);
+    case SourceClass::Rgb64:
+      if (p.form == Form::Gray && p.kernel == nullptr) {
+        for (uint32_t g = 0; g < 256; ++g) p.gray_place[g] = place8(g, p.place_width, p.place_shift);
+      }
       break;
-    }
   }
-
-  // Pairs whose destination form is their source form.
-  if (p.dest != DestClass::Palette && p.dest != DestClass::Gray) {
-    const bool same_class = (p.source == SourceClass::Rgb24 && p.dest == DestClass::Rgb24) ||
-                               (p.source == SourceClass::Rgb32 && p.dest == DestClass::Rgb32) ||
-                               (p.source == SourceClass::Rgb48 && p.dest == DestClass::Rgb48) ||
-                               (p.source == SourceClass::Rgb64 && p.dest == DestClass::Rgb64);
-    if (same_class && p.src_red_first == p.dst_red_first) p.nothing_to_do = true;
-    if (p.source == SourceClass::Rgb16 && p.dest == DestClass::Rgb16 && src_order == dst_order) {
-      p.nothing_to_do = true;
-    }
-  }
-  p.decode = decoder_of(p.source);
-  p.encode = encoder_of(p.dest);
-  choose_kernel(p);
   return SUCCESS;
 }
 
@@ -845,6 +851,9 @@ void run_swap24(const Plan &, uint8_t *row, uint32_t n) noexcept {
 void run_24_to_32(const Plan &p, uint8_t *row, uint32_t n) noexcept {
   kernels::ssse3::rgb24_to_32(row, static_cast<int32_t>(n), swaps(p));
 }
+void run_24_to_32_avx2(const Plan &p, uint8_t *row, uint32_t n) noexcept {
+  kernels::avx2::rgb24_to_32(row, static_cast<int32_t>(n), swaps(p));
+}
 void run_32_to_24(const Plan &p, uint8_t *row, uint32_t n) noexcept {
   kernels::ssse3::rgb32_to_24(row, static_cast<int32_t>(n), swaps(p));
 }
@@ -859,6 +868,9 @@ void run_24_to_16(const Plan &p, uint8_t *row, uint32_t n) noexcept {
 }
 void run_16_to_24(const Plan &p, uint8_t *row, uint32_t n) noexcept {
   kernels::ssse3::rgb16_to_24(row, static_cast<int32_t>(n), kernel_layout(p.src_layout), p.dst_red_first);
+}
+void run_16_to_24_avx2(const Plan &p, uint8_t *row, uint32_t n) noexcept {
+  kernels::avx2::rgb16_to_24(row, static_cast<int32_t>(n), kernel_layout(p.src_layout), p.dst_red_first);
 }
 void run_24_to_gray8(const Plan &p, uint8_t *row, uint32_t n) noexcept {
   kernels::ssse3::rgb24_to_gray8(row, static_cast<int32_t>(n), p.src_red_first);
@@ -877,17 +889,23 @@ detail::KernelFn kernel_of(const Plan &p) noexcept {
   if (s == SourceClass::Rgb24) {
     switch (d) {
       case DestClass::Rgb24: return swaps(p) ? &run_swap24 : nullptr;
-      case DestClass::Rgb32: return p.transparent ? nullptr : &run_24_to_32;
+      case DestClass::Rgb32:
+        if (p.transparent) return nullptr;
+        return simd::level() == simd::Level::Avx2 ? &run_24_to_32_avx2 : &run_24_to_32;
       case DestClass::Rgb48: return &run_24_to_48;
       case DestClass::Rgb16: return &run_24_to_16;
       case DestClass::Gray:
-        return p.dst_pixel_bits == 8 && identity_words(p.gray_place, 256) ? &run_24_to_gray8 : nullptr;
+        // The whole 8-bit field: the gray as it is.
+        return p.dst_pixel_bits == 8 && p.place_width == 8 && p.place_shift == 0 ? &run_24_to_gray8
+                                                                                 : nullptr;
       default: return nullptr;
     }
   }
   if (s == SourceClass::Rgb32 && d == DestClass::Rgb24) return &run_32_to_24;
   if (s == SourceClass::Rgb48 && d == DestClass::Rgb24) return &run_48_to_24;
-  if (s == SourceClass::Rgb16 && d == DestClass::Rgb24) return &run_16_to_24;
+  if (s == SourceClass::Rgb16 && d == DestClass::Rgb24) {
+    return simd::level() == simd::Level::Avx2 ? &run_16_to_24_avx2 : &run_16_to_24;
+  }
   if (s == SourceClass::Palette && d == DestClass::Rgb24) {
     if (p.src_pixel_bits == 8) return &run_index8_to_24;
     if (p.src_pixel_bits == 1) return &run_index1_to_24;
@@ -921,13 +939,27 @@ int32_t Converter::convert(void *buffer, int32_t width) noexcept {
   const auto count = static_cast<uint32_t>(width);
   if (p.gamut_out_first) apply_gamut<false>(row, count, p.src_pixel_bits == 48);
   if (p.deferred_status != SUCCESS) return p.deferred_status;
-  if (p.kernel != nullptr) {
+  if (p.nothing_to_do) {
+    // The bytes are already the destination's.
+  } else if (p.kernel != nullptr) {
     p.kernel(p, row, count);
-  } else if (!p.nothing_to_do) {
+  } else {
     Chunk chunk;
-    if (p.dst_pixel_bits > p.src_pixel_bits) {
-      // Growing: from the last chunk to the first, so that no source pixel is
-      // overwritten before it is read.
+    const uint8_t *src = row;
+    const bool grows = p.dst_pixel_bits > p.src_pixel_bits;
+    const bool moved = grows && p.dst_pixel_bits % 8 == 0;
+    if (moved) {
+      // Growing into whole bytes: the source moves to the end of the
+      // destination's bytes and the chunks then go forward, so that no
+      // source pixel is overwritten before it is read and both streams rise.
+      const uint64_t src_bytes = (uint64_t{count} * p.src_pixel_bits + 7) / 8;
+      const uint64_t dst_bytes = uint64_t{count} * (p.dst_pixel_bits / 8);
+      src = row + (dst_bytes - src_bytes);
+      std::memmove(row + (dst_bytes - src_bytes), row, src_bytes);
+    }
+    if (grows && !moved) {
+      // Growing into packed pixels, whose spare bits must stay: from the
+      // last chunk to the first.
       for (uint32_t first = (count - 1) / kChunk * kChunk;; first -= kChunk) {
         const uint32_t n = count - first < kChunk ? count - first : kChunk;
         p.decode(p, row, first, n, chunk);
@@ -937,7 +969,7 @@ int32_t Converter::convert(void *buffer, int32_t width) noexcept {
     } else {
       for (uint32_t first = 0; first < count; first += kChunk) {
         const uint32_t n = count - first < kChunk ? count - first : kChunk;
-        p.decode(p, row, first, n, chunk);
+        p.decode(p, src, first, n, chunk);
         p.encode(p, chunk, row, first, n);
       }
     }

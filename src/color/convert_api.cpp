@@ -2,9 +2,10 @@
 // it: buffer sizes, palette maps and the padding of gray fields.
 #include <cstring>
 
+#include "color/channels.h"
 #include "color/convert.h"
 #include "color/palette.h"
-#include "color/pixel.h"
+#include "internal/pixels.h"
 
 int32_t Rv_IntConvertBuffer(void *pBuffer, int32_t nWidth, int32_t nBitsPerPixelSrc,
                             int32_t nBitsPerPixelDst, int32_t nOrderSrc, int32_t nOrderDst,
@@ -68,13 +69,16 @@ int32_t Rv_ConvertBuffer(void *pBuffer, int32_t nWidth, int32_t nBitsPerPixelSrc
 
 uint32_t Rv_CalcConvertSize(uint32_t uWidthSrc, int32_t nBitsPerPixelSrc, uint32_t uWidthDst,
                             int32_t nBitsPerPixelDst) noexcept {
-  const auto src_bits = static_cast<uint32_t>(nBitsPerPixelSrc == 0 ? 8 : nBitsPerPixelSrc);
-  const auto dst_bits = static_cast<uint32_t>(nBitsPerPixelDst == 0 ? 8 : nBitsPerPixelDst);
-  uint32_t size = rv::pixel::line_bytes(uWidthSrc, src_bits);
-  const uint32_t dst = rv::pixel::line_bytes(uWidthDst, dst_bits);
-  const uint32_t dst_at_src = rv::pixel::line_bytes(uWidthDst, src_bits);
-  if (dst > size) size = dst;
-  return dst_at_src > size ? dst_at_src : size;
+  const int32_t src_bits = nBitsPerPixelSrc == 0 ? 8 : nBitsPerPixelSrc;
+  const int32_t dst_bits = nBitsPerPixelDst == 0 ? 8 : nBitsPerPixelDst;
+  auto line = [](uint32_t width, int32_t bits) {
+    return static_cast<uint32_t>(rv::px::bytes_per_line(static_cast<int32_t>(width), bits));
+  };
+  const uint32_t sizes[3] = {line(uWidthSrc, src_bits), line(uWidthDst, dst_bits),
+                             line(uWidthDst, src_bits)};
+  uint32_t size = 0;
+  for (uint32_t s : sizes) size = s > size ? s : size;
+  return size;
 }
 
 int32_t Rv_IntMapPalette(const RGBQUAD *pPaletteSrc, int32_t nSrc, const RGBQUAD *pPaletteDst,
@@ -95,7 +99,7 @@ int32_t Rv_IntMapPalette(const RGBQUAD *pPaletteSrc, int32_t nSrc, const RGBQUAD
     } else {
       const RGBQUAD &e = pPaletteSrc[i];
       index = pPaletteDst == nullptr
-                  ? static_cast<int32_t>(rv::pixel::gray(e.rgbRed, e.rgbGreen, e.rgbBlue))
+                  ? static_cast<int32_t>(rv::channels::gray(e.rgbRed, e.rgbGreen, e.rgbBlue))
                   : rv::color::find_palette_index(pPaletteDst, nDst, e.rgbRed, e.rgbGreen, e.rgbBlue);
     }
     pTable[i] = static_cast<uint8_t>(index);
@@ -121,12 +125,12 @@ int32_t Rv_PadPixelData(void *pData, int32_t nBitsPerPixel, int32_t nCount, int3
   auto *words = static_cast<uint8_t *>(pData);
   for (int32_t i = 0; i < nCount; ++i) {
     uint8_t *q = words + 2 * static_cast<size_t>(i);
-    const uint32_t word = rv::pixel::load16(q);
+    const uint32_t word = rv::channels::load16(q);
     const uint32_t field = word & mask;
     uint32_t kept = field;
     if (field < lo) kept = lo;
     if (field > hi) kept = hi;
-    if (kept != field) rv::pixel::store16(q, (word & ~mask) | (kept & mask));
+    if (kept != field) rv::channels::store16(q, (word & ~mask) | (kept & mask));
   }
   return SUCCESS;
 }

@@ -2,6 +2,7 @@
 // bitmap, is gray, and if so whether it is a rising or falling ramp.
 #include "color/palette.h"
 #include "internal/record.h"
+#include "ruvokit/rvbitmap.h"
 
 namespace rv::color {
 
@@ -79,21 +80,6 @@ int32_t table_shape(const TableReds &t, uint32_t length, bool is_signed, int32_t
   return verdict;
 }
 
-// Whether the record's lookup table has the length its bits address.
-bool lut_length_valid(const BITMAPRECORD *b) noexcept {
-  if (b->nOrder != ORDER_GRAY) return true;
-  const bool use = (b->uFlags & BITMAPFLAG_USE_LUT) != 0;
-  int32_t high = use ? b->nHighBit : b->nLUTHighBit;
-  const int32_t low = use ? b->nLowBit : b->nLUTLowBit;
-  if (high < 0) high = b->nBitsPerPixel - 1;
-  const int32_t bits = high - low + 1;
-  const uint64_t expected = bits >= 0 && bits < 64 ? uint64_t{1} << bits : 0;
-  if (has_lut16_fields(b) && b->pLUT16 != nullptr) {
-    return b->pLUT != nullptr && b->uLUTLength == b->uLUT16Length && b->uLUT16Length == expected;
-  }
-  return b->pLUT == nullptr || b->uLUTLength == expected;
-}
-
 }  // namespace
 
 }  // namespace rv::color
@@ -132,7 +118,7 @@ int32_t Rv_IntIsGrayScaleBitmap(const BITMAPRECORD *pBitmap, int32_t bForceLUT) 
     if (verdict != GRAY_NO && depth >= 0 && pBitmap->nColors != (1 << depth)) return GRAY_OTHER;
     return verdict;
   }
-  if (!rv::color::lut_length_valid(pBitmap)) return ERROR_LUT_LENGTH_INVALID_LUTLENGTH_SHOULD;
+  if (!Rv_IsBitmapLUTLengthValid(pBitmap)) return ERROR_LUT_LENGTH_INVALID_LUTLENGTH_SHOULD;
   rv::color::TableReds table;
   uint32_t length = 0;
   table.lut16 = Rv_GetLUT16(pBitmap, bForceLUT);

@@ -51,6 +51,10 @@ void rgb24_to_gray8(uint8_t *buffer, int32_t width, bool red_first) noexcept;
 void index8_to_24(uint8_t *buffer, int32_t width, const uint32_t *colors, bool red_first) noexcept;
 void index1_to_24(uint8_t *buffer, int32_t width, const uint32_t *colors, bool red_first) noexcept;
 }  // namespace ssse3
+namespace avx2 {
+void rgb24_to_32(uint8_t *buffer, int32_t width, bool swap) noexcept;
+void rgb16_to_24(uint8_t *buffer, int32_t width, Rgb16Layout layout, bool red_first) noexcept;
+}  // namespace avx2
 
 #endif
 

@@ -8,7 +8,7 @@
 
 #include <cstring>
 
-#include "color/pixel.h"
+#include "color/channels.h"
 #include "internal/pixels.h"
 #include "ruvokit/rvbitmap.h"
 
@@ -188,9 +188,9 @@ struct Rgb16 : Form<3, 2, 255> {
   static constexpr uint32_t kGreenMask = (1u << kGreenBits) - 1u;
   static void unpack(const uint8_t *p, int64_t *c) noexcept {
     const uint32_t v = p[0] | (p[1] << 8);
-    c[0] = pixel::widen5(v & 31u);
-    c[1] = kGreenBits == 6 ? pixel::widen6((v >> 5) & kGreenMask) : pixel::widen5((v >> 5) & kGreenMask);
-    c[2] = pixel::widen5((v >> (5 + kGreenBits)) & 31u);
+    c[0] = channels::widen5(v & 31u);
+    c[1] = kGreenBits == 6 ? channels::widen6((v >> 5) & kGreenMask) : channels::widen5((v >> 5) & kGreenMask);
+    c[2] = channels::widen5((v >> (5 + kGreenBits)) & 31u);
     c[3] = v & 0x8000u;
   }
   static void pack(const int64_t *c, uint8_t *p) noexcept {

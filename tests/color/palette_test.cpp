@@ -191,6 +191,9 @@ TEST(PaletteObjects, EntriesVersionAndDeletion) {
   EXPECT_EQ(GetNearestPaletteIndex(nullptr, 0), 0u);
   Record r(2, {rgb(255, 0, 0), rgb(0, 255, 0), rgb(0, 0, 255), rgb(9, 9, 9)});
   EXPECT_EQ(Rv_GetNearestPaletteIndex(r.get(), 0x01000002u | RV_RGB(0, 250, 0)), 1u);
+  rv::fault::fail_after(0);  // no temporary object: 0
+  EXPECT_EQ(Rv_GetNearestPaletteIndex(r.get(), RV_RGB(0, 250, 0)), 0u);
+  rv::fault::fail_after(-1);
   HRVPALETTE from_record = Rv_DupBitmapPalette(r.get());
   Record target(2);
   EXPECT_EQ(Rv_SetBitmapPalette(target.get(), from_record), SUCCESS);
