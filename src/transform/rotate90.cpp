@@ -33,7 +33,7 @@ constexpr int32_t kBlock = 16;  // source columns per block inside a band
 
 // Rows addressed from a first row and a signed distance, so that the result's
 // rows can be walked either way without a table.
-struct RowWalk {
+struct ResultRows {
   uint8_t *base;
   int64_t stride;
   uint8_t *at(int64_t i) const noexcept { return base + i * stride; }
@@ -47,7 +47,7 @@ struct RowWalk {
 // move at their own size.
 template <size_t kBytes>
 void move_pixels(const uint8_t *const *in, int32_t k0, int32_t k1, int32_t x0, int32_t x1, int32_t width,
-                 RowWalk out, int32_t col, int32_t out_width) noexcept {
+                 ResultRows out, int32_t col, int32_t out_width) noexcept {
   constexpr size_t kWide = kBytes == 3 ? 4 : kBytes == 6 ? 8 : kBytes;
   for (int32_t k = k0; k < k1; ++k) {
     const uint8_t *src = in[k] + static_cast<size_t>(x0) * kBytes;
@@ -60,7 +60,7 @@ void move_pixels(const uint8_t *const *in, int32_t k0, int32_t k1, int32_t x0, i
 }
 
 template <size_t kBytes>
-void transpose_bytes(const uint8_t *const *in, int32_t n, int32_t width, RowWalk out, int32_t col,
+void transpose_bytes(const uint8_t *const *in, int32_t n, int32_t width, ResultRows out, int32_t col,
                      int32_t out_width) noexcept {
   for (int32_t x0 = 0; x0 < width; x0 += kBlock) {
     move_pixels<kBytes>(in, 0, n, x0, std::min(width, x0 + kBlock), width, out, col, out_width);
@@ -75,7 +75,7 @@ inline void store16(uint8_t *p, __m128i v) noexcept { _mm_storeu_si128(reinterpr
 
 // 32 bits: four rows by four columns, a 4 by 4 transpose of words, four
 // result rows at a time down the whole band.
-void transpose32_vector(const uint8_t *const *in, int32_t n, int32_t width, RowWalk out, int32_t col,
+void transpose32_vector(const uint8_t *const *in, int32_t n, int32_t width, ResultRows out, int32_t col,
                         int32_t out_width) noexcept {
   const int32_t whole_rows = n / 4 * 4;
   const int32_t vector_width = width / 4 * 4;
@@ -117,7 +117,7 @@ constexpr Shuffles24 kShuffle24 = make_shuffles24();
 // the next four. A vector reads 16 bytes of a source row and writes 16 of a
 // result row; the 4 bytes past the pixels belong to pixels written after
 // them, and are not touched at the ends of the rows.
-RV_SSSE3 void transpose24_vector(const uint8_t *const *in, int32_t n, int32_t width, RowWalk out, int32_t col,
+RV_SSSE3 void transpose24_vector(const uint8_t *const *in, int32_t n, int32_t width, ResultRows out, int32_t col,
                                  int32_t out_width) noexcept {
   __m128i masks[4][4];
   for (int j = 0; j < 4; ++j)
@@ -166,7 +166,7 @@ inline uint64_t transpose8(uint64_t x) noexcept {
 // rows at a time, a byte of each, become a byte of eight result rows. Of a
 // group short of eight rows only its own bits are written.
 void transpose_bits_scalar(const uint8_t *const *in, int32_t k_begin, int32_t k_end, int32_t xb_begin,
-                           int32_t xb_end, int32_t width, RowWalk out, int32_t col) noexcept {
+                           int32_t xb_end, int32_t width, ResultRows out, int32_t col) noexcept {
   for (int32_t k0 = k_begin; k0 < k_end; k0 += 8) {
     const int32_t rows = std::min(8, k_end - k0);
     const auto keep = static_cast<uint8_t>(rows == 8 ? 0 : 0xFFu >> rows);
@@ -192,7 +192,7 @@ void transpose_bits_scalar(const uint8_t *const *in, int32_t k_begin, int32_t k_
 // packed as the result wants them (the first row in the high bit of the first
 // byte). Each vector then gives a column of the source, and adding it to
 // itself brings the next column's bits to the top.
-void transpose_bits_16x64(const uint8_t *const *in, int32_t k0, int32_t xb, RowWalk out, int32_t col) noexcept {
+void transpose_bits_16x64(const uint8_t *const *in, int32_t k0, int32_t xb, ResultRows out, int32_t col) noexcept {
   __m128i r[16];
   for (int i = 0; i < 16; ++i) r[i] = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(in[k0 + (i < 8 ? 7 - i : 23 - i)] + xb));
   __m128i a[8], b[8];
@@ -228,7 +228,7 @@ void transpose_bits_16x64(const uint8_t *const *in, int32_t k0, int32_t xb, RowW
 
 // Depth 1. Whole groups of sixteen rows over whole 64-column blocks go by
 // vectors where the machine has them; the edges go eight rows at a time.
-void transpose_bits(const uint8_t *const *in, int32_t n, int32_t width, RowWalk out, int32_t col) noexcept {
+void transpose_bits(const uint8_t *const *in, int32_t n, int32_t width, ResultRows out, int32_t col) noexcept {
   const int32_t bytes = (width + 7) / 8;
   int32_t k0 = 0;
 #if defined(__SSE2__)
@@ -242,7 +242,7 @@ void transpose_bits(const uint8_t *const *in, int32_t n, int32_t width, RowWalk 
 }
 
 // The other packed depths and 12 bits, pixel by pixel.
-void transpose_packed(const uint8_t *const *in, int32_t n, int32_t width, int32_t bits, RowWalk out,
+void transpose_packed(const uint8_t *const *in, int32_t n, int32_t width, int32_t bits, ResultRows out,
                       int32_t col) noexcept {
   for (int32_t x0 = 0; x0 < width; x0 += kBlock) {
     const int32_t x1 = std::min(width, x0 + kBlock);
@@ -260,7 +260,7 @@ void transpose_packed(const uint8_t *const *in, int32_t n, int32_t width, int32_
 }
 
 // `out_width`: the pixels of a result row.
-void transpose_band(const uint8_t *const *in, int32_t n, int32_t width, int32_t bits, RowWalk out, int32_t col,
+void transpose_band(const uint8_t *const *in, int32_t n, int32_t width, int32_t bits, ResultRows out, int32_t col,
                     int32_t out_width) noexcept {
   switch (bits) {
     case 1: transpose_bits(in, n, width, out, col); break;
@@ -300,8 +300,8 @@ void transpose_band(const uint8_t *const *in, int32_t n, int32_t width, int32_t 
 template <class SourceRow, class BandDone>
 int32_t quarter_turn(SourceRow source_row, int32_t width, int32_t height, int32_t bits, uint8_t *result,
                      int64_t result_bytes, bool clockwise, BandDone band_done) noexcept {
-  const RowWalk out = clockwise ? RowWalk{result, result_bytes}
-                                : RowWalk{result + (width - 1) * result_bytes, -result_bytes};
+  const ResultRows out = clockwise ? ResultRows{result, result_bytes}
+                                : ResultRows{result + (width - 1) * result_bytes, -result_bytes};
   const uint8_t *in[kBand];
   for (int32_t col = 0; col < height; col += kBand) {
     const int32_t n = std::min(kBand, height - col);
