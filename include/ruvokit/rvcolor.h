@@ -270,4 +270,66 @@ RV_API int32_t Rv_CreateBitmapListOptPal(HBITMAPLIST hList, RGBQUAD *pPalette, u
 
 RV_END_DECLS
 
+/* === colour resolution ================================================================ */
+/* A bitmap brought to a new depth and colour order, with a palette chosen by
+ * rule, into a new bitmap, in place, or as rows to a callback only. */
+
+/* Flags of the colour-resolution calls (uFlags). Bits 16 to 23 hold the
+ * dithering method of the call (COLORRES_DITHERING). */
+#define COLORRES_FIXED_PALETTE 0x1u      /* the fixed palette of the depth */
+#define COLORRES_OPTIMIZED_PALETTE 0x2u  /* an optimised palette (so does 0) */
+#define COLORRES_ORDER_BGR 0x4u          /* over 8 bits: blue-green-red */
+#define COLORRES_IDENTITY_PALETTE 0x8u   /* accepted with the optimised palette */
+#define COLORRES_USER_PALETTE 0x10u      /* the caller's palette as it stands */
+#define COLORRES_USER_MATCH_TABLE 0x20u  /* the thread's match table is the nearest-colour cache */
+#define COLORRES_NETSCAPE_PALETTE 0x40u  /* the web-safe cube; 8 bits only */
+#define COLORRES_ORDER_GRAY 0x80u        /* over 8 bits: gray */
+#define COLORRES_PALETTE_HANDLE 0x100u   /* the palette comes as a palette object */
+#define COLORRES_NO_MATCH_TABLE 0x200u   /* the optimiser makes no match table */
+#define COLORRES_OPTIMIZE_FAST 0x400u    /* the optimiser's fast mode */
+#define COLORRES_ORDER_WIDE_GAMUT 0x800u /* 24 and 48 bits: the wide-gamut order */
+#define COLORRES_ORDER_BGR565 0x4000u    /* 16 bits: 5-6-5 */
+#define COLORRES_CONVERT_FLAG_20 0x1000000u /* the conversion gets 0x20 besides its gray flags */
+#define COLORRES_DITHERING(method) (((uint32_t)(method) & 0xFFu) << 16)
+
+/* Hears each row of the result as it is made (nLines is 1); pBitmap is the
+ * destination record (a private one when there is none). Anything but
+ * SUCCESS ends the operation with that status. */
+typedef int32_t (*COLORRESCALLBACK)(BITMAPRECORD *pBitmap, void *pRow, int32_t nLines,
+                                    void *pUserData);
+/* The row callback of the list form: nRow counts the rows of the whole list,
+ * from 0 at the first row of its first bitmap. */
+typedef int32_t (*COLORRESLISTCALLBACK)(BITMAPRECORD *pBitmap, void *pRow, int32_t nRow,
+                                        int32_t nLines, void *pUserData);
+
+RV_BEGIN_DECLS
+
+/* Brings pBitmapSrc to nBitsPerPixel. pBitmapDst receives the result (its
+ * size word becomes uStructSize); pBitmapDst equal to pBitmapSrc converts in
+ * place; a null pBitmapDst sends the rows to pfnCallback only. At most one of
+ * pPalette and hPalette; uColors 0 means all the depth holds. With an
+ * optimised palette, pPalette (if given) is a pattern: entries whose reserved
+ * byte is 2 are free and receive the colours chosen, the others stay. On
+ * failure the source stands as it was. */
+RV_API int32_t Rv_ColorResBitmap(BITMAPRECORD *pBitmapSrc, BITMAPRECORD *pBitmapDst,
+                                 uint32_t uStructSize, int32_t nBitsPerPixel, uint32_t uFlags,
+                                 RGBQUAD *pPalette, HRVPALETTE hPalette, uint32_t uColors,
+                                 COLORRESCALLBACK pfnCallback, void *pUserData) RV_NOEXCEPT;
+/* Every bitmap of the list in place, with one palette for all: the
+ * optimised palette of the whole list, or one match table shared by the
+ * bitmaps when the caller's palette is given. */
+RV_API int32_t Rv_ColorResBitmapListExt(HBITMAPLIST hList, int32_t nBitsPerPixel, uint32_t uFlags,
+                                        RGBQUAD *pPalette, HRVPALETTE hPalette, uint32_t uColors,
+                                        COLORRESLISTCALLBACK pfnCallback,
+                                        void *pUserData) RV_NOEXCEPT;
+RV_API int32_t Rv_ColorResBitmapList(HBITMAPLIST hList, int32_t nBitsPerPixel, uint32_t uFlags,
+                                     RGBQUAD *pPalette, HRVPALETTE hPalette,
+                                     uint32_t uColors) RV_NOEXCEPT;
+/* The smallest and largest gray field of a 32-bit gray bitmap (signed with
+ * BITMAPFLAG_SIGNED); either pointer may be null. */
+RV_API int32_t Rv_IntGetMinMaxValGray(BITMAPRECORD *pBitmap, int64_t *pnMin,
+                                      int64_t *pnMax) RV_NOEXCEPT;
+
+RV_END_DECLS
+
 #endif /* RUVOKIT_RVCOLOR_H */
