@@ -38,25 +38,27 @@ bool uses_cache(PaletteKind kind) noexcept {
   return kind == PaletteKind::Cached || kind == PaletteKind::CallerCache;
 }
 
+// The candidate a colour gets through the cache (kinds Cached and
+// CallerCache).
+inline const RGBQUAD &cached_candidate(DitherRun &run, uint32_t r, uint32_t g, uint32_t b) noexcept {
+  uint32_t &slot = run.cache[match_key(r, g, b)];
+  uint32_t i = slot - 1;  // 0 (unknown) wraps past every candidate
+  if (i >= run.candidate_count) {
+    // A miss, or a caller's entry that is no candidate of this palette: the
+    // search on the five-bit colour.
+    i = static_cast<uint32_t>(find_palette_index(run.candidates, static_cast<int32_t>(run.candidate_count),
+                                                 static_cast<int32_t>(r & 248), static_cast<int32_t>(g & 248),
+                                                 static_cast<int32_t>(b & 248)));
+    slot = i + 1;
+  }
+  return run.candidates[i];
+}
+
 // The index of a colour (channels 0 to 255) by the run's kind.
 inline uint32_t index_of(DitherRun &run, uint32_t r, uint32_t g, uint32_t b) noexcept {
   switch (run.kind) {
     case PaletteKind::Cached:
-    case PaletteKind::CallerCache: {
-      uint32_t &slot = run.cache[match_key(r, g, b)];
-      uint32_t i = slot - 1;  // 0 (unknown) wraps past every candidate
-      if (i >= run.candidate_count) {
-        // A miss, or a caller's entry that is no candidate of this palette:
-        // the search on the five-bit colour.
-        i = static_cast<uint32_t>(find_palette_index(run.candidates,
-                                                     static_cast<int32_t>(run.candidate_count),
-                                                     static_cast<int32_t>(r & 248),
-                                                     static_cast<int32_t>(g & 248),
-                                                     static_cast<int32_t>(b & 248)));
-        slot = i + 1;
-      }
-      return run.candidates[i].rgbReserved;
-    }
+    case PaletteKind::CallerCache: return cached_candidate(run, r, g, b).rgbReserved;
     case PaletteKind::Fixed2: return channels::gray(r, g, b) >= 128 ? 1 : 0;
     case PaletteKind::Fixed4: return channels::gray(r, g, b) >> 6;
     case PaletteKind::Fixed8: return ((r >> 7) << 2) | ((g >> 7) << 1) | (b >> 7);
@@ -71,6 +73,17 @@ inline uint32_t index_of(DitherRun &run, uint32_t r, uint32_t g, uint32_t b) noe
     case PaletteKind::WebSafe: return 36 * (r / 51) + 6 * (g / 51) + b / 51;
   }
   return 0;
+}
+
+// The entry a colour gets: its blue, green and red, with its palette index
+// in the fourth byte. A candidate already is that record, which spares the
+// diffusion's dependent chain a look into the destination palette.
+inline RGBQUAD choose(DitherRun &run, uint32_t r, uint32_t g, uint32_t b) noexcept {
+  if (uses_cache(run.kind)) return cached_candidate(run, r, g, b);
+  const uint32_t index = index_of(run, r, g, b);
+  RGBQUAD q = run.dst_palette[index & 0xFF];
+  q.rgbReserved = static_cast<uint8_t>(index);
+  return q;
 }
 
 inline void put_index(uint8_t *dst, int32_t bits, uint32_t x, uint32_t index) noexcept {
@@ -198,9 +211,8 @@ void diffuse_row(DitherRun &run, const uint8_t *src, uint8_t *dst) noexcept {
     const int32_t r = clamp255(static_cast<int32_t>(red_of(c)) + carry[0][0] / m.divisor);
     const int32_t g = clamp255(static_cast<int32_t>(green_of(c)) + carry[0][1] / m.divisor);
     const int32_t b = clamp255(static_cast<int32_t>(blue_of(c)) + carry[0][2] / m.divisor);
-    const uint32_t index = index_of(run, static_cast<uint32_t>(r), static_cast<uint32_t>(g),
-                                    static_cast<uint32_t>(b));
-    const RGBQUAD &q = run.dst_palette[index & 0xFF];
+    const RGBQUAD q = choose(run, static_cast<uint32_t>(r), static_cast<uint32_t>(g), static_cast<uint32_t>(b));
+    const uint32_t index = q.rgbReserved;
     // Channel by channel, in plain integers: packing the three errors into a
     // vector costs more than it saves on this dependent chain.
     spread(r - q.rgbRed, 0, p);
