@@ -118,7 +118,7 @@ int32_t Quantiser::add_bitmap(BITMAPRECORD *bitmap) noexcept {
       const int32_t got = Rv_GetBitmapRow(bitmap, row, y, row_bytes);
       status = got < 0 ? got : reader.prepare_row(row, bitmap->nWidth);
       if (status != SUCCESS) break;
-      for (uint32_t x = 0; x < width; ++x) add_key(match_key(reader.rgb(row, x)));
+      reader.for_each_rgb(row, width, [this](uint32_t c) { add_key(match_key(c)); });
     }
     Rv_ReleaseBitmap(bitmap);
   }

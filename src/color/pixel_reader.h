@@ -95,6 +95,18 @@ class PixelReader {
     return 0;
   }
 
+  // Calls f(colour) for pixels 0 to width - 1 of a row in order, the
+  // decoding of the byte forms chosen once for the row rather than per pixel.
+  template <class F>
+  void for_each_rgb(const uint8_t *row, uint32_t width, F &&f) const noexcept {
+    switch (kind_) {
+      case Kind::Rgb24: return walk_bytes<3>(row, width, f);
+      case Kind::Rgb32: return walk_bytes<4>(row, width, f);
+      default:
+        for (uint32_t x = 0; x < width; ++x) f(rgb(row, x));
+    }
+  }
+
   static uint32_t quad_color(const RGBQUAD &q) noexcept {
     return static_cast<uint32_t>(q.rgbBlue) | (static_cast<uint32_t>(q.rgbGreen) << 8) |
            (static_cast<uint32_t>(q.rgbRed) << 16);
@@ -107,6 +119,14 @@ class PixelReader {
     return red_first_ ? (third | (second << 8) | (first << 16)) : (first | (second << 8) | (third << 16));
   }
   uint32_t rgb16(uint32_t w) const noexcept;
+  template <uint32_t Step, class F>
+  void walk_bytes(const uint8_t *p, uint32_t width, F &f) const noexcept {
+    if (red_first_) {
+      for (uint32_t x = 0; x < width; ++x, p += Step) f(p[2] | (p[1] << 8) | (static_cast<uint32_t>(p[0]) << 16));
+    } else {
+      for (uint32_t x = 0; x < width; ++x, p += Step) f(p[0] | (p[1] << 8) | (static_cast<uint32_t>(p[2]) << 16));
+    }
+  }
 
   Kind kind_ = Kind::Index;
   int32_t bits_ = 8;
