@@ -51,13 +51,6 @@ void unshare_duplicate(BITMAPRECORD *b, uint32_t flags) noexcept {
   if (!(flags & DUPFLAG_OWN_OVERLAYS)) b->hOverlays = nullptr;
 }
 
-// Plain pixels in this process's memory, with no callbacks to hear of rows.
-bool flat_in_memory(const BITMAPRECORD *b) noexcept {
-  constexpr uint32_t kOther = BITMAPFLAG_COMPRESSED | BITMAPFLAG_TILED | BITMAPFLAG_SUPER_COMPRESSED;
-  return (b->uFlags & BITMAPFLAG_CONVENTIONAL) && !(b->uFlags & kOther) && b->pData != nullptr &&
-         b->pDataCallbacks == nullptr;
-}
-
 }  // namespace
 
 int32_t Rv_FreeDuplicateBitmap(BITMAPRECORD *pBitmap, uint32_t uFlags) noexcept {
@@ -195,7 +188,7 @@ int32_t Rv_CopyBitmapData(BITMAPRECORD *pDst, BITMAPRECORD *pSrc) noexcept {
   if (status == SUCCESS) status = progress.start();
   // Two flat bitmaps in memory copy row to row; anything else goes through
   // the row functions and the buffer. The bytes are the same either way.
-  const bool direct = flat_in_memory(pSrc) && flat_in_memory(pDst);
+  const bool direct = rv::is_flat_memory(pSrc) && rv::is_flat_memory(pDst);
   for (int32_t y = 0; y < rows && status == SUCCESS; ++y) {
     if (direct) {
       uint8_t *to = pDst->pData + static_cast<size_t>(dst_bytes) * static_cast<uint32_t>(y);

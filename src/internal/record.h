@@ -65,6 +65,19 @@ inline uint64_t bitmap_size(const BITMAPRECORD *bitmap) noexcept {
   return has_size64_field(bitmap) ? bitmap->uSize64 : bitmap->uSize32;
 }
 
+// Flat memory a loop may address directly: in memory, neither compressed,
+// tiled nor in strips, and no data callbacks that would serve rows themselves.
+inline bool is_flat_memory(const BITMAPRECORD *b) noexcept {
+  constexpr uint32_t kOther = BITMAPFLAG_COMPRESSED | BITMAPFLAG_TILED | BITMAPFLAG_SUPER_COMPRESSED;
+  return (b->uFlags & BITMAPFLAG_CONVENTIONAL) && !(b->uFlags & kOther) && b->pData != nullptr &&
+         b->pDataCallbacks == nullptr;
+}
+
+// The first byte of a storage row of flat memory.
+inline uint8_t *row_address(const BITMAPRECORD *b, int32_t row) noexcept {
+  return b->pData + static_cast<size_t>(static_cast<uint32_t>(b->nBytesPerLine)) * static_cast<uint32_t>(row);
+}
+
 // Records the data size. The full form takes any size; the older form refuses
 // one above 0xFFFF0000 with ERROR_NOT_ENOUGH_MEMORY, leaving 0xFFFF0000.
 int32_t set_bitmap_size(BITMAPRECORD *bitmap, uint64_t size) noexcept;

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "internal/memory.h"
+#include "internal/record.h"
 #include "ruvokit/rvbitmap.h"
 
 namespace rv::xform {
@@ -62,17 +63,8 @@ class Buffer {
   T *p_;
 };
 
-// Flat memory the loop may address directly: in memory, neither compressed,
-// tiled nor in strips, and no data callbacks that would serve rows themselves.
-inline bool is_flat_memory(const BITMAPRECORD *b) noexcept {
-  constexpr uint32_t kOther = BITMAPFLAG_COMPRESSED | BITMAPFLAG_TILED | BITMAPFLAG_SUPER_COMPRESSED;
-  return (b->uFlags & BITMAPFLAG_CONVENTIONAL) && !(b->uFlags & kOther) && b->pData != nullptr &&
-         b->pDataCallbacks == nullptr;
-}
-
-inline uint8_t *row_address(const BITMAPRECORD *b, int32_t row) noexcept {
-  return b->pData + static_cast<size_t>(static_cast<uint32_t>(b->nBytesPerLine)) * static_cast<uint32_t>(row);
-}
+using rv::is_flat_memory;
+using rv::row_address;
 
 inline bool is_transposed(int32_t view) noexcept { return view >= VIEW_LEFT_TOP && view <= VIEW_LEFT_BOTTOM; }
 
