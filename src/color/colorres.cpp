@@ -163,6 +163,7 @@ class Resolution {
   PalettePattern pattern_;  // the optimised road's palette
   bool filled_pattern_ = false;
   uint8_t *row_ = nullptr;     // converted in place, or the dither run's output
+  uint32_t row_bytes_ = 0;
   uint8_t *source_row_ = nullptr;  // a dither run's input when it is shallower
 };
 
@@ -353,6 +354,7 @@ int32_t Resolution::convert_rows() noexcept {
   if (bytes < src_bytes) bytes = src_bytes;
   if (bytes < dst_bytes) bytes = dst_bytes;
   if (bytes < 4) bytes = 4;  // a picture without columns still has a row
+  row_bytes_ = bytes;
   row_ = static_cast<uint8_t *>(alloc_block(bytes, true));
   if (row_ == nullptr) return ERROR_NO_MEMORY;
 
@@ -411,33 +413,38 @@ int32_t Resolution::convert_rows() noexcept {
 }
 
 // Every row from the top: read, converted or dithered, to the callback, into
-// the destination; progress by the row rule.
+// the destination; progress by the row rule. A destination in flat memory
+// has its rows made where they lie (a conversion in place needs the room of
+// the larger form there), which spares copying each one in.
 int32_t Resolution::row_loop(Converter *converter) noexcept {
   const int32_t width = src_->nWidth;
   const auto src_bytes = static_cast<uint32_t>(src_->nBytesPerLine);
   const auto dst_bytes = static_cast<uint32_t>(dst_->nBytesPerLine);
-  uint8_t *in = source_row_ != nullptr ? source_row_ : row_;
   const bool put = r_.dest != nullptr;
   int32_t src_locked = FALSE, dst_locked = FALSE;
   int32_t status = Rv_IntAccessBitmap(src_, &src_locked);
   if (status == SUCCESS && put) status = Rv_IntAccessBitmap(dst_, &dst_locked);
+  const bool direct =
+      put && status == SUCCESS && is_flat_memory(dst_) && (converter == nullptr || dst_bytes >= row_bytes_);
   RowProgress progress(src_->nHeight);
   if (status == SUCCESS) status = progress.start();
   for (int32_t y = 0; y < src_->nHeight && status == SUCCESS; ++y) {
+    uint8_t *out = direct ? row_address(dst_, y) : row_;
+    uint8_t *in = converter != nullptr ? out : direct || source_row_ == nullptr ? row_ : source_row_;
     const int32_t got = Rv_GetBitmapRow(src_, in, y, src_bytes);
     if (got < 0) {
       status = got;
       break;
     }
-    status = converter != nullptr ? converter->convert(row_, width) : Rv_DitherLine(src_, in, row_);
+    status = converter != nullptr ? converter->convert(out, width) : Rv_DitherLine(src_, in, out);
     if (status != SUCCESS) break;
-    clear_row_tail(row_, width, r_.bits, dst_bytes);
+    clear_row_tail(out, width, r_.bits, dst_bytes);
     if (r_.callback != nullptr) {
-      status = r_.callback(dst_, row_, 1, r_.user);
+      status = r_.callback(dst_, out, 1, r_.user);
       if (status != SUCCESS) break;
     }
-    if (put) {
-      const int32_t written = Rv_PutBitmapRow(dst_, row_, y, dst_bytes);
+    if (put && !direct) {
+      const int32_t written = Rv_PutBitmapRow(dst_, out, y, dst_bytes);
       if (written < 0) {
         status = written;
         break;

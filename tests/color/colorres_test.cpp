@@ -315,6 +315,35 @@ TEST(ColorRes, WhatTheResultTakesOver) {
   }
 }
 
+// A destination in flat memory has its rows made in place; one with data
+// callbacks (given here by the source's copy frame) gets them through the
+// row calls. The bytes are the same.
+TEST(ColorRes, RowsInPlaceMatchRowsPut) {
+  struct Case {
+    int32_t src_bits, bits;
+    uint32_t flags;
+  };
+  const Case cases[] = {
+      {8, 24, COLORRES_ORDER_BGR}, {24, 8, COLORRES_OPTIMIZED_PALETTE | COLORRES_DITHERING(FLOYD_STEIN_DITHERING)},
+      {24, 8, COLORRES_NO_MATCH_TABLE}, {4, 8, COLORRES_FIXED_PALETTE}, {24, 16, COLORRES_ORDER_BGR565},
+  };
+  BITMAPDATACALLBACKS frame{};
+  frame.uStructSize = RV_BITMAPDATACALLBACKS_SIZE;
+  frame.pfnBeginCopy = [](BITMAPRECORD *, int32_t, BITMAPALLOCINFO *, BITMAPDATACALLBACKS *, void *) {
+    return static_cast<int32_t>(SUCCESS);  // the copy takes an empty callback record
+  };
+  for (const Case &c : cases) {
+    rvtest::Bitmap src, flat, served;
+    ASSERT_TRUE(rvtest::make(src.get(), 21, 6, c.src_bits));
+    rvtest::fill_random(src.get(), 8);
+    ASSERT_EQ(resolve(src.get(), flat.get(), c.bits, c.flags), SUCCESS);
+    ASSERT_EQ(Rv_SetBitmapDataCallbacks(src.get(), &frame), SUCCESS);
+    ASSERT_EQ(resolve(src.get(), served.get(), c.bits, c.flags), SUCCESS);
+    ASSERT_NE(served->pDataCallbacks, nullptr);
+    EXPECT_EQ(rows_of(flat.get()), rows_of(served.get())) << c.src_bits << " to " << c.bits;
+  }
+}
+
 // An allocation failure at each step, in place, beside the source and with
 // rows to a callback only: the source's record and pixels stay as they were.
 TEST(ColorRes, FailureLeavesTheInput) {
