@@ -102,6 +102,8 @@ struct Request {
   void *user;
 };
 
+// The checks in the order of the interface: a missing or unallocated source
+// comes before the sizes, and every argument before any work.
 int32_t check(Request &r) noexcept {
   if (r.source == nullptr || !is_allocated(r.source)) return ERROR_INVALID_PARAMETER;
   if (!valid_record_size(r.source->uStructSize)) return ERROR_INVALID_STRUCT_SIZE;
@@ -109,6 +111,8 @@ int32_t check(Request &r) noexcept {
   if (r.palette != nullptr && r.handle != nullptr) return ERROR_INVALID_PARAMETER;
   switch (r.bits) {
     case 1: case 2: case 3: case 4: case 5: case 6: case 7: case 8:
+      // A palette has no order.
+      r.flags &= ~(COLORRES_ORDER_BGR565 | COLORRES_ORDER_GRAY | COLORRES_ORDER_BGR);
       // A palette object's count is settled when it is read.
       if (r.handle != nullptr && r.colors == 0) return SUCCESS;
       return palette_count(r.bits, r.colors, r.palette != nullptr, &r.colors);
@@ -232,7 +236,7 @@ int32_t Resolution::describe() noexcept {
 }
 
 int32_t Resolution::choose_palette() noexcept {
-  uint32_t flags = r_.flags & ~(COLORRES_ORDER_BGR565 | COLORRES_ORDER_GRAY | COLORRES_ORDER_BGR);
+  uint32_t flags = r_.flags;
   const RGBQUAD *caller = r_.palette;
   uint32_t count = r_.colors;
   uint32_t filled = 0;  // entries of the working palette that are the palette's own

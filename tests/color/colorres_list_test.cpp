@@ -1,6 +1,6 @@
-// Colour resolution of bitmap lists (one palette for every item, the shared
-// match table, the rows numbered across the list, a list that shrinks under
-// the loop) and the gray range of 32-bit gray bitmaps.
+// Colour resolution of bitmap lists (one palette and one match table for
+// every item, rows numbered across the list, a list that shrinks under the
+// loop) and the gray range of 32-bit gray bitmaps.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -13,18 +13,23 @@ namespace {
 
 using colortest::rgb;
 
-// A list of 24-bit pictures, item i of colours[i] repeated over 5 x (2 + i).
+// Colours that five bits per channel hold exactly, so that a quantised
+// palette gives them back; item i is 5 x (2 + i) pixels of its pair.
+const std::vector<std::vector<RGBQUAD>> kColours = {
+    {rgb(0, 66, 132), rgb(255, 255, 255)}, {rgb(198, 0, 0), rgb(0, 66, 132)}, {rgb(132, 132, 0), rgb(0, 0, 0)}};
+
 struct List {
   HBITMAPLIST list = nullptr;
-  explicit List(const std::vector<std::vector<RGBQUAD>> &colours) {
+  explicit List(size_t count) {
     Rv_CreateBitmapList(&list);
-    for (size_t i = 0; i < colours.size(); ++i) {
+    for (size_t i = 0; i < count; ++i) {
       BITMAPRECORD b{};
       rvtest::make(&b, 5, 2 + static_cast<int32_t>(i), 24);
       for (int32_t y = 0; y < b.nHeight; ++y) {
-        std::vector<uint8_t> row(static_cast<size_t>(b.nBytesPerLine));
-        for (size_t x = 0; x < 5; ++x) std::memcpy(&row[3 * x], &colours[i][(x + y) % colours[i].size()], 3);
-        Rv_PutBitmapRow(&b, row.data(), y, static_cast<uint32_t>(row.size()));
+        for (int32_t x = 0; x < 5; ++x) {
+          const RGBQUAD &c = kColours[i][static_cast<size_t>(x + y) % 2];
+          Rv_PutPixelColor(&b, y, x, RV_RGB(c.rgbRed, c.rgbGreen, c.rgbBlue));
+        }
       }
       Rv_InsertBitmapListItem(list, RV_LIST_END, &b);
     }
@@ -33,79 +38,56 @@ struct List {
   BITMAPRECORD *item(uint32_t i) { return list->pItems + i; }
 };
 
+// The rows heard and the thread's match table while they came; can take the
+// item being made out of the list at its first row.
 struct Heard {
   std::vector<int32_t> rows;
   uint32_t *table = nullptr;
-  HBITMAPLIST remove_from = nullptr;
-  static int32_t take(BITMAPRECORD *b, void *, int32_t row, int32_t lines, void *self) {
+  HBITMAPLIST take_out_of = nullptr;
+  static int32_t take(BITMAPRECORD *, void *, int32_t row, int32_t lines, void *self) {
     auto *h = static_cast<Heard *>(self);
-    EXPECT_EQ(lines, 1);
-    EXPECT_EQ(b->nBitsPerPixel, 4);
-    h->rows.push_back(row);
+    h->rows.push_back(lines == 1 ? row : -1);
     h->table = Rv_SetUserMatchTable(nullptr);
     Rv_SetUserMatchTable(h->table);
-    // The item being made leaves the list (and nobody holds it).
-    if (h->remove_from != nullptr && h->rows.size() == 1) Rv_RemoveBitmapListItem(h->remove_from, 0, nullptr);
+    if (h->take_out_of != nullptr && h->rows.size() == 1) Rv_RemoveBitmapListItem(h->take_out_of, 0, nullptr);
     return SUCCESS;
   }
 };
 
-// Colours that five bits per channel hold exactly, so that the quantised
-// palette gives them back.
-const std::vector<std::vector<RGBQUAD>> kColours = {
-    {rgb(0, 66, 132), rgb(255, 255, 255)}, {rgb(198, 0, 0), rgb(0, 66, 132)}, {rgb(132, 132, 0), rgb(0, 0, 0)}};
-
+// The optimised palette of the whole list, or the caller's: every item gets
+// it, with a match table made for the call and the thread's put back after.
 TEST(ColorResList, OnePaletteForAll) {
-  List l(kColours);
   RGBQUAD pattern[16];
   std::memset(pattern, 2, sizeof(pattern));
-  uint32_t sentinel[1];
-  Rv_SetUserMatchTable(sentinel);
-  Heard heard;
-  ASSERT_EQ(Rv_ColorResBitmapListExt(l.list, 4, COLORRES_OPTIMIZED_PALETTE, pattern, nullptr, 16, &Heard::take,
-                                     &heard),
-            SUCCESS);
-  EXPECT_EQ(Rv_SetUserMatchTable(nullptr), sentinel);  // put back
-  // Rows are numbered across the list; the made table served every item.
-  std::vector<int32_t> expected(2 + 3 + 4);
-  for (size_t i = 0; i < expected.size(); ++i) expected[i] = static_cast<int32_t>(i);
-  EXPECT_EQ(heard.rows, expected);
-  EXPECT_NE(heard.table, nullptr);
-  EXPECT_NE(heard.table, sentinel);
-  for (uint32_t i = 0; i < 3; ++i) {
-    BITMAPRECORD *b = l.item(i);
-    ASSERT_EQ(b->nBitsPerPixel, 4);
-    EXPECT_EQ(b->uStructSize, RV_BITMAPRECORD_SIZE);
-    EXPECT_EQ(std::memcmp(b->pPalette, pattern, sizeof(pattern)), 0) << i;
-    for (int32_t y = 0; y < b->nHeight; ++y) {
-      for (int32_t x = 0; x < 5; ++x) {
-        const RGBQUAD &c = kColours[i][static_cast<size_t>(x + y) % 2];
-        EXPECT_EQ(Rv_GetPixelColor(b, y, x), RV_RGB(c.rgbRed, c.rgbGreen, c.rgbBlue)) << i;
+  RGBQUAD mine[5] = {rgb(0, 0, 0), rgb(255, 255, 255), rgb(0, 66, 132), rgb(198, 0, 0), rgb(132, 132, 0)};
+  for (bool optimised : {true, false}) {
+    List l(3);
+    uint32_t sentinel[1];
+    Rv_SetUserMatchTable(sentinel);
+    Heard heard;
+    ASSERT_EQ(Rv_ColorResBitmapListExt(l.list, 4, optimised ? COLORRES_OPTIMIZED_PALETTE : COLORRES_USER_PALETTE,
+                                       optimised ? pattern : mine, nullptr, optimised ? 16 : 5, &Heard::take, &heard),
+              SUCCESS);
+    EXPECT_EQ(Rv_SetUserMatchTable(nullptr), sentinel);
+    EXPECT_EQ(heard.rows, (std::vector<int32_t>{0, 1, 2, 3, 4, 5, 6, 7, 8}));
+    EXPECT_TRUE(heard.table != nullptr && heard.table != sentinel);
+    for (uint32_t i = 0; i < 3; ++i) {
+      BITMAPRECORD *b = l.item(i);
+      EXPECT_EQ(b->uStructSize, RV_BITMAPRECORD_SIZE);
+      EXPECT_EQ(std::memcmp(b->pPalette, optimised ? pattern : mine, optimised ? sizeof(pattern) : sizeof(mine)), 0);
+      for (int32_t p = 0; p < 5 * b->nHeight; ++p) {
+        const RGBQUAD &c = kColours[i][static_cast<size_t>(p % 5 + p / 5) % 2];
+        EXPECT_EQ(Rv_GetPixelColor(b, p / 5, p % 5), RV_RGB(c.rgbRed, c.rgbGreen, c.rgbBlue)) << i;
       }
     }
   }
 }
 
-TEST(ColorResList, CallersPaletteSharesOneTable) {
-  List l(kColours);
-  RGBQUAD mine[4] = {rgb(0, 0, 0), rgb(255, 255, 255), rgb(0, 66, 132), rgb(198, 0, 0)};
-  Heard heard;
-  ASSERT_EQ(Rv_ColorResBitmapListExt(l.list, 4, COLORRES_USER_PALETTE, mine, nullptr, 4, &Heard::take, &heard),
-            SUCCESS);
-  EXPECT_NE(heard.table, nullptr);
-  EXPECT_EQ(Rv_SetUserMatchTable(nullptr), nullptr);
-  for (uint32_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(l.item(i)->nColors, 4);
-    EXPECT_EQ(std::memcmp(l.item(i)->pPalette, mine, sizeof(mine)), 0);
-  }
-}
-
 TEST(ColorResList, BadInputAndAShrinkingList) {
   RGBQUAD palette[2] = {};
-  List l(kColours);
+  List l(3);
   EXPECT_EQ(Rv_ColorResBitmapList(nullptr, 4, 0, nullptr, nullptr, 0), ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(Rv_ColorResBitmapList(l.list, 4, 0, palette, reinterpret_cast<HRVPALETTE>(8), 2),
-            ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(Rv_ColorResBitmapList(l.list, 4, 0, palette, reinterpret_cast<HRVPALETTE>(8), 2), ERROR_INVALID_PARAMETER);
   EXPECT_EQ(Rv_ColorResBitmapList(l.list, 4, COLORRES_USER_PALETTE, palette, nullptr, 0), ERROR_INVALID_PARAMETER);
   // An item that can't be converted stops the loop; those before it are done.
   l.item(1)->uFlags &= ~BITMAPFLAG_ALLOCATED;
@@ -113,53 +95,43 @@ TEST(ColorResList, BadInputAndAShrinkingList) {
   EXPECT_EQ(l.item(0)->nBitsPerPixel, 8);
   EXPECT_EQ(l.item(2)->nBitsPerPixel, 24);
   l.item(1)->uFlags |= BITMAPFLAG_ALLOCATED;
-
-  List one({kColours[0]});
+  // The item being made leaves the list: its result has no slot.
+  List one(1);
   Heard heard;
-  heard.remove_from = one.list;
+  heard.take_out_of = one.list;
   EXPECT_EQ(Rv_ColorResBitmapListExt(one.list, 4, COLORRES_FIXED_PALETTE, nullptr, nullptr, 0, &Heard::take, &heard),
             ERROR_INVALID_PARAMETER);
   EXPECT_EQ(one.list->uCount, 0u);
 }
 
+// Fields of four words (0x10, 0xFFFFFFF0, 0x12345, 0x80000000), unsigned and
+// signed, and bad input, after which the outputs read 0.
 TEST(GrayRange, MinMaxOf32BitGray) {
-  struct Case {
+  const uint32_t words[4] = {0x00000010u, 0xFFFFFFF0u, 0x00012345u, 0x80000000u};
+  const struct {
     int32_t low, high;
     bool is_signed;
     int64_t min, max;
-  };
-  const uint32_t words[4] = {0x00000010u, 0xFFFFFFF0u, 0x00012345u, 0x80000000u};
-  const Case cases[] = {
-      {0, -1, false, 0x10, 0xFFFFFFF0},
-      {0, -1, true, -0x7FFFFFFFLL - 1, 0x12345},
-      {4, 11, false, 0x00, 0xFF},       // bits 4 to 11: 0x01, 0xFF, 0x34, 0x00
-      {4, 11, true, -1, 0x34},
-      {16, 40, false, 0x0000, 0xFFFF},  // the field stops at bit 31
-  };
-  BITMAPRECORD b{};
-  ASSERT_TRUE(rvtest::make(&b, 2, 2, 32));
-  b.nOrder = ORDER_GRAY;
-  Rv_PutBitmapRow(&b, words, 0, 8);
-  Rv_PutBitmapRow(&b, words + 2, 1, 8);
-  for (const Case &c : cases) {
-    b.nLowBit = c.low;
-    b.nHighBit = c.high;
-    b.uFlags = c.is_signed ? b.uFlags | BITMAPFLAG_SIGNED : b.uFlags & ~BITMAPFLAG_SIGNED;
+  } cases[] = {{0, -1, false, 0x10, 0xFFFFFFF0}, {0, -1, true, INT32_MIN, 0x12345},
+               {4, 11, true, -1, 0x34} /* 0x01, 0xFF, 0x34, 0x00 */, {16, 40, false, 0, 0xFFFF}};
+  rvtest::Bitmap b;
+  ASSERT_TRUE(rvtest::make(b.get(), 2, 2, 32));
+  b->nOrder = ORDER_GRAY;
+  Rv_PutBitmapRow(b.get(), words, 0, 8);
+  Rv_PutBitmapRow(b.get(), words + 2, 1, 8);
+  for (const auto &c : cases) {
+    b->nLowBit = c.low;
+    b->nHighBit = c.high;
+    b->uFlags = c.is_signed ? b->uFlags | BITMAPFLAG_SIGNED : b->uFlags & ~BITMAPFLAG_SIGNED;
     int64_t min = 7, max = 7;
-    ASSERT_EQ(Rv_IntGetMinMaxValGray(&b, &min, &max), SUCCESS);
-    EXPECT_EQ(min, c.min) << c.low << "-" << c.high;
-    EXPECT_EQ(max, c.max) << c.low << "-" << c.high;
+    ASSERT_EQ(Rv_IntGetMinMaxValGray(b.get(), &min, &max), SUCCESS);
+    EXPECT_TRUE(min == c.min && max == c.max) << c.low << "-" << c.high << " " << c.is_signed;
   }
   int64_t min = 7;
-  EXPECT_EQ(Rv_IntGetMinMaxValGray(&b, nullptr, nullptr), SUCCESS);
   EXPECT_EQ(Rv_IntGetMinMaxValGray(nullptr, &min, nullptr), FAILURE);
-  b.nOrder = ORDER_BGR;
-  EXPECT_EQ(Rv_IntGetMinMaxValGray(&b, &min, nullptr), ERROR_INVALID_PARAMETER);
+  b->nOrder = ORDER_BGR;
+  EXPECT_EQ(Rv_IntGetMinMaxValGray(b.get(), &min, nullptr), ERROR_INVALID_PARAMETER);
   EXPECT_EQ(min, 0);
-  b.uStructSize = 216;
-  EXPECT_EQ(Rv_IntGetMinMaxValGray(&b, &min, nullptr), ERROR_INVALID_STRUCT_SIZE);
-  b.uStructSize = RV_BITMAPRECORD_SIZE;
-  Rv_FreeBitmap(&b);
 }
 
 }  // namespace
