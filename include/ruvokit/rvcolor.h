@@ -259,7 +259,8 @@ RV_API RVHANDLE Rv_ChangeToDIB(BITMAPRECORD *pBitmap, uint32_t uStructSize) RV_N
  * "YVU9", "IF09", "I420", "IYUV", "YV12", "YUY2", "UYVY", "cyuv", "YVYU", "Y41P",
  * "Y41T", "Y42T" and "Y211", read to 24 bits. Nothing is read beyond what the
  * header claims: its colour count, its dimensions, and for YUV frames a non-zero
- * biSizeImage. Status: NULL record or header ERROR_INVALID_PARAMETER, a bad size
+ * biSizeImage. A 32-bit picture whose alpha is 0 everywhere comes back opaque.
+ * Status: NULL record or header ERROR_INVALID_PARAMETER, a bad size
  * ERROR_INVALID_STRUCT_SIZE, an empty picture ERROR_INVALID_PARAMETER, a header
  * that contradicts itself ERROR_DIB_INVALID, an unsupported form
  * ERROR_FEATURE_NOT_SUPPORTED, a compressed frame ERROR_LIBRARY_MISSING_356, a

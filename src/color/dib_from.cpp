@@ -67,7 +67,9 @@ bool any_alpha(const uint8_t *row, uint32_t width) noexcept {
 }
 
 // The rows of an allocated bitmap from the pixels, bitmap row y from source
-// row y. A 32-bit picture whose alpha bytes are all 0 comes out opaque.
+// row y. A 32-bit picture whose alpha bytes are all 0, as they are read or as
+// its masks make them, comes out opaque: a DIB that doesn't use its fourth
+// byte leaves it 0.
 int32_t put_rows(BITMAPRECORD *bitmap, const Description &d, const uint8_t *bits) noexcept {
   const auto line = static_cast<uint32_t>(bitmap->nBytesPerLine);
   const auto width = static_cast<uint32_t>(d.width);
@@ -77,14 +79,13 @@ int32_t put_rows(BITMAPRECORD *bitmap, const Description &d, const uint8_t *bits
     if (buffer == nullptr) return ERROR_NO_MEMORY;
   }
   const MaskFields fields(d.masks);
-  const bool watch_alpha = d.pixels == Pixels::Plain && d.bits == 32;
+  const bool watch_alpha = d.bits == 32;
   bool alpha_seen = false;
   int32_t status = Rv_AccessBitmap(bitmap);
   for (int32_t y = 0; status == SUCCESS && y < d.rows; ++y) {
     const uint8_t *row = bits + d.row_bytes * static_cast<uint32_t>(y);
     switch (d.pixels) {
       case Pixels::Plain:
-        if (watch_alpha && !alpha_seen) alpha_seen = any_alpha(row, width);
         break;
       case Pixels::Masks:
         extract_row(row, d.header.bit_count, fields, width, d.bits == 32, buffer);
@@ -97,6 +98,7 @@ int32_t put_rows(BITMAPRECORD *bitmap, const Description &d, const uint8_t *bits
       case Pixels::Frame:
         break;
     }
+    if (watch_alpha && !alpha_seen) alpha_seen = any_alpha(row, width);
     const int32_t put = Rv_PutBitmapRow(bitmap, row, y, line);
     if (put < 0) status = put;
   }

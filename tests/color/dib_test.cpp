@@ -177,16 +177,23 @@ TEST(Dib, BitFieldsOfKnownLayoutsStayAndOthersAreWidened) {
 }
 
 TEST(Dib, AllZeroAlphaComesBackOpaqueAndAnyOtherAlphaStays) {
-  for (uint8_t a : {0, 7}) {
-    Dib d(2, 2, 32);
-    for (size_t i = 0; i < d.pixels.size(); ++i) d.pixels[i] = static_cast<uint8_t>(i % 4 == 3 ? 0 : i);
-    d.pixels[7] = a;
-    rvtest::Bitmap b;
-    ASSERT_EQ(d.read(b.get()), SUCCESS);
-    const auto rows = all_rows(b.get());
-    EXPECT_EQ(rows[3], a == 0 ? 255 : 0);
-    EXPECT_EQ(rows[7], a == 0 ? 255 : a);
-    EXPECT_EQ(rows[4], 4);
+  // Plain, and through masks with an alpha mask: whatever gives the alpha.
+  for (bool masked : {false, true}) {
+    for (uint8_t a : {0, 7}) {
+      Dib d(2, 2, 32, masked ? BI_BITFIELDS : BI_RGB);
+      if (masked) {
+        d.header.biSize = 56;
+        d.masks({0xFF0000, 0xFF00, 0xFF, 0x0F000000});  // a 4-bit alpha field
+      }
+      for (size_t i = 0; i < d.pixels.size(); ++i) d.pixels[i] = static_cast<uint8_t>(i % 4 == 3 ? 0 : i);
+      d.pixels[7] = a;
+      rvtest::Bitmap b;
+      ASSERT_EQ(d.read(b.get()), SUCCESS);
+      const auto rows = all_rows(b.get());
+      EXPECT_EQ(rows[3], a == 0 ? 255 : 0) << masked;
+      EXPECT_EQ(rows[7], a == 0 ? 255 : masked ? 0x77 : a) << masked;
+      EXPECT_EQ(rows[4], 4) << masked;
+    }
   }
 }
 
