@@ -156,10 +156,9 @@ int32_t load_compressed_frame(BITMAPRECORD *bitmap, uint32_t struct_size,
 // source's own colours, which a palette of the new depth always has room for.
 int32_t resolve_to_palette(BITMAPRECORD *src, BITMAPRECORD *dst, int32_t bits) noexcept;
 
-// Brings a bitmap of a view that a DIB can't hold (2, 3, 5 to 8) to view 4:
-// into the new bitmap `dst`, or in place when `dst` is null. Needs the view
-// perspective change of the transform subsystem; ERROR_FEATURE_NOT_SUPPORTED
-// until that is part of the library.
+// Brings a bitmap of a view that a DIB can't hold (2, 3, 5 to 8) to view 4,
+// showing the same picture: into the new bitmap `dst`, or in place when `dst`
+// is null (Rv_ChangeBitmapViewPerspective).
 int32_t change_to_dib_view(BITMAPRECORD *dst, BITMAPRECORD *src) noexcept;
 
 }  // namespace rv::dib

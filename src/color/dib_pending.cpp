@@ -1,9 +1,10 @@
 // Steps of the DIB calls that other parts of the library take: the module
 // loader for compressed frames, colour resolution for palette depths, and the
-// view perspective change. Each is here once, so that it is wired in one place
-// when its part comes; until then each says so, and its callers either fall
+// view perspective change. Each is here once, so that it is wired in one place;
+// one whose part is not in the library yet says so, and its callers either fall
 // back to what they can do themselves or give the status.
 #include "color/dib.h"
+#include "ruvokit/rvtransform.h"
 
 namespace rv::dib {
 
@@ -16,8 +17,8 @@ int32_t resolve_to_palette(BITMAPRECORD *, BITMAPRECORD *, int32_t) noexcept {
   return ERROR_FEATURE_NOT_SUPPORTED;
 }
 
-int32_t change_to_dib_view(BITMAPRECORD *, BITMAPRECORD *) noexcept {
-  return ERROR_FEATURE_NOT_SUPPORTED;
+int32_t change_to_dib_view(BITMAPRECORD *dst, BITMAPRECORD *src) noexcept {
+  return Rv_ChangeBitmapViewPerspective(dst, src, RV_BITMAPRECORD_SIZE, VIEW_BOTTOM_LEFT);
 }
 
 }  // namespace rv::dib

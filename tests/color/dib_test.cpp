@@ -77,6 +77,34 @@ TEST(Dib, EveryDepthGoesOutAndBackWithItsColoursInEitherView) {
   }
 }
 
+TEST(Dib, EveryViewIsWrittenAsThePictureItShows) {
+  rvtest::Bitmap ref;
+  ASSERT_TRUE(rvtest::make(ref.get(), 5, 3, 8));
+  rvtest::fill_random(ref.get(), 8);
+  give_random_palette(ref.get(), 8);
+  ref->nViewPerspective = VIEW_TOP_LEFT;
+  for (int32_t view = 1; view <= 8; ++view) {
+    for (bool change : {false, true}) {
+      SCOPED_TRACE(testing::Message() << "view " << view << (change ? ", changed" : ", converted"));
+      rvtest::Bitmap turned, back;
+      ASSERT_EQ(Rv_ChangeBitmapViewPerspective(turned.get(), ref.get(), RV_BITMAPRECORD_SIZE, view), SUCCESS);
+      RVHANDLE h = change ? Rv_ChangeToDIB(turned.get(), RV_BITMAPRECORD_SIZE)
+                          : Rv_ConvertToDIB(turned.get(), RV_BITMAPRECORD_SIZE);
+      ASSERT_NE(h, nullptr);
+      ASSERT_EQ(Rv_DIBPTRToRuvo(back.get(), RV_BITMAPRECORD_SIZE, Rv_OsLockHandle(h)), SUCCESS);
+      Rv_OsFreeHandle(h);
+      ASSERT_EQ(back->nWidth, 5);
+      ASSERT_EQ(back->nHeight, 3);
+      for (int32_t r = 0; r < 3; ++r) {
+        for (int32_t x = 0; x < 5; ++x) {
+          int32_t a0, a1;
+          EXPECT_EQ(shown(back.get(), r, x, &a1), shown(ref.get(), r, x, &a0)) << r << "," << x;
+        }
+      }
+    }
+  }
+}
+
 TEST(Dib, HeaderAndTableOfTheWrittenBlock) {
   rvtest::Bitmap b;
   ASSERT_TRUE(rvtest::make(b.get(), 3, 2, 8));

@@ -2,6 +2,7 @@
 // call isn't in this kernel yet has no function, and says so when asked for.
 #include "operations.h"
 
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -51,6 +52,39 @@ bool is_colour(const std::string &s) {
   return s.size() == 6 && s.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
 }
 
+// --- the calls -------------------------------------------------------------------------
+
+// Two numbers of an argument such as "800x600" or "3,4" (checked when parsed).
+std::pair<int32_t, int32_t> pair_of(const std::string &s, char between) {
+  const size_t at = s.find(between);
+  return {static_cast<int32_t>(std::strtol(s.c_str(), nullptr, 10)),
+          static_cast<int32_t>(std::strtol(s.c_str() + at + 1, nullptr, 10))};
+}
+
+int32_t run_rotate(BITMAPRECORD *picture, const Step &step) {
+  const auto angle = static_cast<int32_t>(std::lround(std::strtod(step.arg.c_str(), nullptr) * 100));
+  COLORREF fill = 0;
+  if (const std::string *hex = step.option("--fill")) {
+    const auto rgb = static_cast<uint32_t>(std::strtoul(hex->c_str(), nullptr, 16));
+    fill = RV_RGB(rgb >> 16, rgb >> 8, rgb);
+  }
+  if (const std::string *center = step.option("--center")) {
+    const auto [x, y] = pair_of(*center, ',');
+    return Rv_IntRotateBitmap(picture, angle, step.flags(), fill, 0, 100, x, y);
+  }
+  return Rv_RotateBitmap(picture, angle, step.flags(), fill);
+}
+
+int32_t run_flip(BITMAPRECORD *picture, const Step &) { return Rv_FlipBitmap(picture); }
+int32_t run_reverse(BITMAPRECORD *picture, const Step &) { return Rv_ReverseBitmap(picture); }
+
+int32_t run_perspective(BITMAPRECORD *picture, const Step &step) {
+  const auto view = static_cast<int32_t>(std::strtol(step.arg.c_str(), nullptr, 10));
+  return Rv_ChangeBitmapViewPerspective(nullptr, picture, RV_BITMAPRECORD_SIZE, view);
+}
+
+// --- the table ---------------------------------------------------------------------------
+
 // Colour resolution.
 constexpr Choice kPalettes[] = {{"fixed", 0x1}, {"optimized", 0x2}, {"identity", 0xA}, {"netscape", 0x40}};
 constexpr Choice kOrders[] = {{"rgb", 0},          {"bgr", 0x4},         {"gray", 0x80},
@@ -70,11 +104,11 @@ const Operation kOperations[] = {
     {"--bits", "N", 1, is_depth, nullptr, "Rv_ColorResBitmap",
      "colour resolution to N bits per pixel (1-8, 12, 16, 24, 32, 48, 64)"},
     {"--resize", "WxH", 1, is_size, nullptr, "Rv_SizeBitmap", "resize to W x H pixels"},
-    {"--rotate", "DEGREES", 1, is_angle, nullptr, "Rv_RotateBitmap",
+    {"--rotate", "DEGREES", 1, is_angle, run_rotate, "Rv_RotateBitmap",
      "rotate clockwise by DEGREES (hundredths count)"},
-    {"--flip", "", 0, nullptr, nullptr, "Rv_FlipBitmap", "turn the picture upside down"},
-    {"--reverse", "", 0, nullptr, nullptr, "Rv_ReverseBitmap", "mirror the picture left to right"},
-    {"--perspective", "N", 1, is_view, nullptr, "Rv_ChangeBitmapViewPerspective",
+    {"--flip", "", 0, nullptr, run_flip, "Rv_FlipBitmap", "turn the picture upside down"},
+    {"--reverse", "", 0, nullptr, run_reverse, "Rv_ReverseBitmap", "mirror the picture left to right"},
+    {"--perspective", "N", 1, is_view, run_perspective, "Rv_ChangeBitmapViewPerspective",
      "store the picture in view perspective N (1-8), keeping how it looks"},
 };
 
