@@ -53,21 +53,19 @@ TEST(DibHandle, ChangeTakesTheBlockAndGivesItBackUnchanged) {
   EXPECT_FALSE(b->uFlags & BITMAPFLAG_ALLOCATED);
   EXPECT_EQ(dibtest::handle_bytes(back), dib);
   Rv_OsFreeHandle(back);
-}
 
-TEST(DibHandle, ChangeOfConventionalDataWritesANewBlockAndFreesTheBitmap) {
-  rvtest::Bitmap b;
-  ASSERT_TRUE(rvtest::make(b.get(), 6, 4, 24));
-  rvtest::fill_random(b.get(), 2);
-  RVHANDLE copy = Rv_ConvertToDIB(b.get(), RV_BITMAPRECORD_SIZE);
-  b->nLockCount = 1;
-  EXPECT_EQ(Rv_ChangeToDIB(b.get(), RV_BITMAPRECORD_SIZE), nullptr);  // locked
-  b->nLockCount = 0;
-  RVHANDLE h = Rv_ChangeToDIB(b.get(), RV_BITMAPRECORD_SIZE);
-  ASSERT_NE(h, nullptr);
-  EXPECT_FALSE(b->uFlags & BITMAPFLAG_ALLOCATED);
-  EXPECT_EQ(dibtest::handle_bytes(h), dibtest::handle_bytes(copy));
-  Rv_OsFreeHandle(h);
+  // Conventional data goes into a new block; a locked bitmap stays as it is.
+  rvtest::Bitmap c;
+  ASSERT_TRUE(rvtest::make(c.get(), 6, 4, 24));
+  rvtest::fill_random(c.get(), 2);
+  RVHANDLE copy = Rv_ConvertToDIB(c.get(), RV_BITMAPRECORD_SIZE);
+  c->nLockCount = 1;
+  EXPECT_EQ(Rv_ChangeToDIB(c.get(), RV_BITMAPRECORD_SIZE), nullptr);
+  c->nLockCount = 0;
+  RVHANDLE changed = Rv_ChangeToDIB(c.get(), RV_BITMAPRECORD_SIZE);
+  EXPECT_FALSE(c->uFlags & BITMAPFLAG_ALLOCATED);
+  EXPECT_EQ(dibtest::handle_bytes(changed), dibtest::handle_bytes(copy));
+  Rv_OsFreeHandle(changed);
   Rv_OsFreeHandle(copy);
 }
 

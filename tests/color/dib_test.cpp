@@ -25,58 +25,6 @@ void give_random_palette(BITMAPRECORD *b, uint32_t seed) {
             SUCCESS);
 }
 
-struct DepthCase {
-  int32_t bits, order, dib_bits;
-  uint32_t compression;
-};
-const DepthCase kDepths[] = {
-    {1, 0, 1, BI_RGB},   {2, 0, 4, BI_RGB},   {3, 0, 4, BI_RGB},   {4, 0, 4, BI_RGB},
-    {5, 0, 8, BI_RGB},   {6, 0, 8, BI_RGB},   {7, 0, 8, BI_RGB},   {8, 0, 8, BI_RGB},
-    {12, ORDER_GRAY, 24, BI_RGB},       {16, ORDER_GRAY, 24, BI_RGB}, {16, ORDER_BGR, 16, BI_RGB},
-    {16, ORDER_RGB, 16, BI_RGB},        {16, ORDER_BGR565, 16, BI_BITFIELDS},
-    {24, ORDER_BGR, 24, BI_RGB},        {24, ORDER_RGB, 24, BI_RGB},  {32, ORDER_BGR, 32, BI_RGB},
-    {32, ORDER_RGB, 32, BI_RGB},        {48, ORDER_BGR, 24, BI_RGB},  {64, ORDER_RGB, 32, BI_RGB},
-};
-
-TEST(Dib, EveryDepthGoesOutAndBackWithItsColoursInEitherView) {
-  for (const DepthCase &c : kDepths) {
-    for (int32_t view : {VIEW_TOP_LEFT, VIEW_BOTTOM_LEFT}) {
-      SCOPED_TRACE(testing::Message() << c.bits << " bits, order " << c.order << ", view " << view);
-      rvtest::Bitmap src, back;
-      ASSERT_TRUE(rvtest::make(src.get(), 7, 5, c.bits));
-      rvtest::fill_random(src.get(), static_cast<uint32_t>(c.bits * 10 + view));
-      src->nOrder = c.order;
-      src->nViewPerspective = view;
-      src->nXResolution = 300;
-      src->nYResolution = 72;
-      if (c.bits <= 8) give_random_palette(src.get(), static_cast<uint32_t>(c.bits));
-      uint32_t size = 0;
-      auto *dib = static_cast<uint8_t *>(Rv_ConvertToDIBPTR(src.get(), RV_BITMAPRECORD_SIZE, &size));
-      ASSERT_NE(dib, nullptr);
-      BITMAPINFOHEADER h;
-      std::memcpy(&h, dib, sizeof h);
-      EXPECT_EQ(h.biBitCount, c.dib_bits);
-      EXPECT_EQ(h.biCompression, c.compression);
-      EXPECT_EQ(h.biHeight, 5);
-      ASSERT_EQ(Rv_DIBPTRToRuvo(back.get(), RV_BITMAPRECORD_SIZE, dib), SUCCESS);
-      Rv_LocalFree(dib);
-      EXPECT_EQ(back->nBitsPerPixel, c.dib_bits);
-      EXPECT_EQ(back->nViewPerspective, VIEW_BOTTOM_LEFT);
-      EXPECT_EQ(back->nXResolution, 300);
-      EXPECT_EQ(back->nYResolution, 72);
-      for (int32_t r = 0; r < 5; ++r) {
-        for (int32_t x = 0; x < 7; ++x) {
-          int32_t a0, a1;
-          ASSERT_EQ(shown(back.get(), r, x, &a1), shown(src.get(), r, x, &a0)) << r << "," << x;
-          if (c.bits == 32) {
-            EXPECT_EQ(a1, a0);
-          }
-        }
-      }
-    }
-  }
-}
-
 TEST(Dib, EveryViewIsWrittenAsThePictureItShows) {
   rvtest::Bitmap ref;
   ASSERT_TRUE(rvtest::make(ref.get(), 5, 3, 8));
@@ -136,13 +84,10 @@ TEST(Dib, HeaderAndTableOfTheWrittenBlock) {
   EXPECT_EQ(pixels, (std::vector<uint8_t>{4, 5, 6, 0, 1, 2, 3, 0}));
 
   uint32_t size = 0;
-  void *handle2 = Rv_ConvertToDIB2(b.get(), RV_BITMAPRECORD_SIZE, &size, TRUE);
-  EXPECT_EQ(size, bytes.size());
-  EXPECT_EQ(dibtest::handle_bytes(handle2), bytes);
-  Rv_OsFreeHandle(handle2);
   b->nViewPerspective = VIEW_BOTTOM_LEFT;
-  auto *flat = static_cast<uint8_t *>(Rv_ConvertToDIB2(b.get(), RV_BITMAPRECORD_SIZE, nullptr, FALSE));
+  auto *flat = static_cast<uint8_t *>(Rv_ConvertToDIB2(b.get(), RV_BITMAPRECORD_SIZE, &size, FALSE));
   ASSERT_NE(flat, nullptr);
+  EXPECT_EQ(size, bytes.size());
   EXPECT_EQ(std::vector<uint8_t>(flat + 104, flat + 112), (std::vector<uint8_t>{1, 2, 3, 0, 4, 5, 6, 0}));
   Rv_LocalFree(flat);
 
@@ -151,14 +96,6 @@ TEST(Dib, HeaderAndTableOfTheWrittenBlock) {
   EXPECT_EQ(Rv_ConvertToDIB(nullptr, RV_BITMAPRECORD_SIZE), nullptr);
   EXPECT_EQ(Rv_ConvertToDIB(blank.get(), RV_BITMAPRECORD_SIZE), nullptr);
   EXPECT_EQ(Rv_ConvertToDIB(b.get(), 12), nullptr);
-}
-
-TEST(Dib, ResolutionRulesRoundTrip) {
-  struct { int32_t dpi, ppm; } cases[] = {{72, 2835}, {96, 3780}, {150, 5906}, {300, 11811}, {0, 0}};
-  for (auto c : cases) {
-    EXPECT_EQ(rv::dib::ppm_of_dpi(c.dpi), c.ppm);
-    EXPECT_EQ(rv::dib::dpi_of_ppm(c.ppm), c.dpi);
-  }
 }
 
 // Pixels as stored by the reader, row by row.

@@ -29,8 +29,9 @@ TEST(BmpFile, EveryDepthRoundTripsThroughAFile) {
     int32_t bits, order, file_bits;
   } cases[] = {{1, 0, 1},   {2, 0, 4},    {3, 0, 4},    {4, 0, 4},   {5, 0, 8},   {6, 0, 8},
                {7, 0, 8},   {8, 0, 8},    {12, ORDER_GRAY, 24},     {16, ORDER_GRAY, 24},
-               {16, ORDER_BGR, 16},       {16, ORDER_BGR565, 16},   {24, ORDER_BGR, 24},
-               {32, ORDER_BGR, 32},       {48, ORDER_BGR, 24},      {64, ORDER_BGR, 32}};
+               {16, ORDER_BGR, 16},       {16, ORDER_RGB, 16},      {16, ORDER_BGR565, 16},
+               {24, ORDER_BGR, 24},       {24, ORDER_RGB, 24},      {32, ORDER_BGR, 32},
+               {32, ORDER_RGB, 32},       {48, ORDER_BGR, 24},      {64, ORDER_RGB, 32}};
   const std::string path = testing::TempDir() + "rvimg_round_trip.bmp";
   for (const Case &c : cases) {
     SCOPED_TRACE(c.bits);
@@ -38,6 +39,8 @@ TEST(BmpFile, EveryDepthRoundTripsThroughAFile) {
     ASSERT_TRUE(rvtest::make(src.get(), 11, 6, c.bits));
     rvtest::fill_random(src.get(), static_cast<uint32_t>(c.bits + c.order));
     src->nOrder = c.order;
+    src->nXResolution = 300;
+    src->nYResolution = 72;
     if (c.bits <= 8) {
       auto entries = rvtest::random_bytes(4u << c.bits, 9);
       Rv_SetBitmapNewPalette(src.get(), reinterpret_cast<RGBQUAD *>(entries.data()), 1 << c.bits);
@@ -53,10 +56,15 @@ TEST(BmpFile, EveryDepthRoundTripsThroughAFile) {
     ASSERT_EQ(rvimg::write_bmp_file(path.c_str(), src.get()), SUCCESS);
     ASSERT_EQ(rvimg::read_bmp_file(path.c_str(), back.get()), SUCCESS);
     EXPECT_EQ(back->nBitsPerPixel, c.file_bits);
+    EXPECT_EQ(back->nXResolution, 300);  // through pixels per metre and back
+    EXPECT_EQ(back->nYResolution, 72);
     for (int32_t r = 0; r < 6; ++r) {
       for (int32_t x = 0; x < 11; ++x) {
         int32_t a0, a1;
         ASSERT_EQ(shown(back.get(), r, x, &a1), shown(src.get(), r, x, &a0)) << r << "," << x;
+        if (c.bits == 32) {
+          EXPECT_EQ(a1, a0);
+        }
       }
     }
   }
