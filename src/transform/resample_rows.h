@@ -1,0 +1,313 @@
+// The row stages of the interpolating engines, in their plain form: each
+// works on rows of work elements (8, 16 or 32 bits, C channels a pixel) with
+// sums of 64 bits, which no picture can overflow. The vector forms in
+// resample_fast.h give the same elements.
+#pragma once
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <type_traits>
+
+namespace rv::resample {
+
+template <class T>
+struct Elem {
+  // Sums of unsigned elements are unsigned, so that even an absurd ratio
+  // wraps instead of overflowing.
+  using Sum = std::conditional_t<std::is_signed_v<T>, int64_t, uint64_t>;
+  static constexpr int64_t kLo = std::numeric_limits<T>::min();
+  static constexpr int64_t kHi = std::numeric_limits<T>::max();
+  static T clamp(Sum v) noexcept {
+    if constexpr (std::is_signed_v<T>) {
+      return static_cast<T>(v < kLo ? kLo : v > kHi ? kHi : v);
+    } else {
+      return static_cast<T>(v > static_cast<Sum>(kHi) ? kHi : v);
+    }
+  }
+};
+
+// The divisor of an exact multiple: a shift when the block is a power of two
+// (for signed elements that rounds down, as a shift does), else a division.
+struct BoxDivisor {
+  uint64_t k;
+  int32_t shift;  // -1: divide
+  explicit BoxDivisor(uint64_t block) noexcept : k(block), shift(-1) {
+    if ((block & (block - 1)) == 0) shift = __builtin_ctzll(block);
+  }
+  template <class S>
+  S operator()(S sum) const noexcept {
+    return shift >= 0 ? static_cast<S>(sum >> shift) : static_cast<S>(sum / static_cast<S>(k));
+  }
+};
+
+// The window of the area form: the first pixel with the left weight, the
+// full pixels, and the pixel at the end with the right weight. `F` is the
+// weight of a whole pixel. The fraction of the step is rounded to the nearest
+// 1/F when `round` is set; the whole step is the rounded step's when
+// `whole_from_step` is set (along rows), else the plain quotient (down
+// columns, where the spline engine rounds the fraction alone).
+struct AreaWalk {
+  uint64_t F, wl, wr, si, sf;
+  int64_t first, end, size;
+  AreaWalk(int64_t src, int64_t dst, int32_t fraction_bits, bool round, bool whole_from_step) noexcept
+      : F(uint64_t{1} << fraction_bits), size(src) {
+    const uint64_t step =
+        ((static_cast<uint64_t>(src) << fraction_bits) + (round ? static_cast<uint64_t>(dst) / 2 : 0)) /
+        static_cast<uint64_t>(dst);
+    si = whole_from_step ? step >> fraction_bits : static_cast<uint64_t>(src / dst);
+    sf = step & (F - 1);
+    wl = F;
+    wr = (static_cast<uint64_t>(src % dst) << fraction_bits) / static_cast<uint64_t>(dst);
+    first = 0;
+    end = src / dst;
+  }
+  // The pixel of the window's first weight, kept inside the picture.
+  int64_t first_pixel() const noexcept { return std::min(first, size - 1); }
+  bool has_right() const noexcept { return end < size && wr != 0; }
+  void advance() noexcept {
+    wl = F - wr;
+    wr += sf;
+    uint64_t carry = 0;
+    if (wr >= F) {
+      wr -= F;
+      carry = 1;
+    }
+    first = end;
+    end = std::min<int64_t>(size, end + static_cast<int64_t>(si + carry));
+  }
+};
+
+// --- horizontal stage --------------------------------------------------------------------
+
+// Widening: a ramp from each source pixel to the next over n outputs, n being
+// the whole ratio plus the carry of its rest. The first output of a segment
+// is the source value itself; the first segment is preceded by n / 2 copies
+// of it, which centres the pixel on its outputs; past the last pixel the ramp
+// is flat.
+template <class T, int C>
+void h_ramp(const T *src, int64_t sw, T *dst, int64_t dw, int64_t xq, int64_t xr) noexcept {
+  int64_t accum = 0, i = 0, o = 0;
+  bool first = true;
+  int64_t cur[C], next[C];
+  for (int ch = 0; ch < C; ++ch) cur[ch] = src[ch];
+  while (o < dw) {
+    accum += xr;
+    int64_t n = xq;
+    if (accum >= sw) {
+      ++n;
+      accum -= sw;
+    }
+    const T *np = i + 1 < sw ? src + (i + 1) * C : src + i * C;
+    for (int ch = 0; ch < C; ++ch) next[ch] = np[ch];
+    if (first) {
+      for (int64_t k = std::min(n / 2, dw - o); k > 0; --k, ++o) {
+        for (int ch = 0; ch < C; ++ch) dst[o * C + ch] = static_cast<T>(cur[ch]);
+      }
+      first = false;
+    }
+    if (o >= dw) break;
+    for (int ch = 0; ch < C; ++ch) dst[o * C + ch] = static_cast<T>(cur[ch]);
+    ++o;
+    if (n > 1 && o < dw) {
+      int64_t q[C], r[C], v[C], rest[C];
+      for (int ch = 0; ch < C; ++ch) {
+        const int64_t d = next[ch] - cur[ch];
+        q[ch] = d / n;
+        r[ch] = d % n;
+        if (r[ch] < 0) {
+          r[ch] += n;
+          --q[ch];
+        }
+        v[ch] = cur[ch];
+        rest[ch] = 0;
+      }
+      for (int64_t j = 1; j < n && o < dw; ++j, ++o) {
+        for (int ch = 0; ch < C; ++ch) {
+          v[ch] += q[ch];
+          rest[ch] += r[ch];
+          if (rest[ch] >= n) {
+            rest[ch] -= n;
+            ++v[ch];
+          }
+          dst[o * C + ch] = static_cast<T>(v[ch]);
+        }
+      }
+    }
+    for (int ch = 0; ch < C; ++ch) cur[ch] = next[ch];
+    if (i + 1 < sw) ++i;
+  }
+}
+
+// Narrowing by exact areas. A whole multiple averages its blocks. Otherwise
+// each output weighs its first pixel by the left weight, the pixels inside
+// fully, and the pixel at the end by the right weight. With alpha weighting
+// (four channels, the last alpha) colours weigh by alpha plus one, so that
+// transparent pixels don't darken the result.
+template <class T, int C>
+void h_area(const T *src, int64_t sw, T *dst, int64_t dw, int32_t fraction_bits, bool alpha) noexcept {
+  using S = typename Elem<T>::Sum;
+  const bool weigh = alpha && C == 4;
+  if (sw % dw == 0) {
+    const int64_t k = sw / dw;
+    const BoxDivisor box(static_cast<uint64_t>(k));
+    for (int64_t o = 0; o < dw; ++o) {
+      const T *p = src + o * k * C;
+      S sum[C] = {};
+      S weight = 0;
+      for (int64_t t = 0; t < k; ++t, p += C) {
+        if (weigh) {
+          const S w = static_cast<S>(p[3]) + 1;
+          for (int ch = 0; ch < 3; ++ch) sum[ch] += static_cast<S>(p[ch]) * w;
+          weight += w;
+          sum[3] += p[3];
+        } else {
+          for (int ch = 0; ch < C; ++ch) sum[ch] += static_cast<S>(p[ch]);
+        }
+      }
+      for (int ch = 0; ch < C; ++ch) {
+        if (weigh && ch < 3) {
+          dst[o * C + ch] = Elem<T>::clamp(sum[ch] / weight);
+        } else {
+          dst[o * C + ch] = Elem<T>::clamp(box(sum[ch]));
+        }
+      }
+    }
+    return;
+  }
+  AreaWalk walk(sw, dw, fraction_bits, true, true);
+  for (int64_t o = 0; o < dw; ++o, walk.advance()) {
+    S sum[C] = {};
+    S weight = 0, den = 0;
+    auto add = [&](const T *p, uint64_t w) {
+      den += static_cast<S>(w);
+      if (weigh) {
+        const S cw = static_cast<S>(((static_cast<uint64_t>(p[3]) + 1) * w) >> 8);
+        for (int ch = 0; ch < 3; ++ch) sum[ch] += static_cast<S>(p[ch]) * cw;
+        weight += cw;
+        sum[3] += static_cast<S>(p[3]) * static_cast<S>(w);
+      } else {
+        for (int ch = 0; ch < C; ++ch) sum[ch] += static_cast<S>(p[ch]) * static_cast<S>(w);
+      }
+    };
+    add(src + walk.first_pixel() * C, walk.wl);
+    for (int64_t p = walk.first + 1; p < walk.end; ++p) add(src + p * C, walk.F);
+    if (walk.has_right()) add(src + walk.end * C, walk.wr);
+    for (int ch = 0; ch < C; ++ch) {
+      if (weigh && ch < 3) {
+        dst[o * C + ch] = weight != 0 ? Elem<T>::clamp(sum[ch] / weight) : T(0);
+      } else {
+        dst[o * C + ch] = Elem<T>::clamp(sum[ch] / den);
+      }
+    }
+  }
+}
+
+// --- the spline --------------------------------------------------------------------------
+
+// A spline value to an element: 0.49999 added in double precision, truncated,
+// and clamped to the element's range.
+template <class T>
+inline T round_spline(float v) noexcept {
+  const double r = static_cast<double>(v) + 0.49999;
+  if (r >= static_cast<double>(Elem<T>::kHi)) return static_cast<T>(Elem<T>::kHi);
+  if (!(r > static_cast<double>(Elem<T>::kLo))) return static_cast<T>(Elem<T>::kLo);
+  return static_cast<T>(static_cast<int64_t>(r));
+}
+
+// The cubic weights of the two nodes at t: (u^3 - u) / 6 and (t^3 - t) / 6.
+struct SplineWeights {
+  float u, t, cu, ct;
+  explicit SplineWeights(float at) noexcept : u(1.0f - at), t(at) {
+    cu = (u * u * u - u) / 6.0f;
+    ct = (t * t * t - t) / 6.0f;
+  }
+  float at(float y0, float y1, float d0, float d1) const noexcept { return u * y0 + t * y1 + cu * d0 + ct * d1; }
+};
+
+// Second derivatives along a row of n pixels of C channels, in single
+// precision. A flat stretch (a second difference of 0) cuts the coupling of
+// its neighbours. The back substitution covers the elements from the first of
+// pixel n - 3 down to the second of pixel 1, as it always has: the other
+// channels of pixel n - 3 and the first element of pixel 1 keep the
+// coefficient of the forward sweep.
+template <class T, int C>
+void spline_derivatives(const T *y, int64_t n, float *D, float *U) noexcept {
+  std::fill(D, D + n * C, 0.0f);
+  if (n <= 2) return;
+  for (int ch = 0; ch < C; ++ch) U[ch] = 0.0f;
+  for (int64_t i = C; i < (n - 1) * C; ++i) {
+    const float d = static_cast<float>(static_cast<int64_t>(y[i + C]) - 2 * static_cast<int64_t>(y[i]) +
+                                       static_cast<int64_t>(y[i - C])) *
+                    6.0f;
+    if (d == 0.0f) {
+      D[i] = 0.0f;
+      U[i] = 0.0f;
+    } else {
+      const float p = D[i - C] + 4.0f;
+      D[i] = -1.0f / p;
+      U[i] = (U[i - C] - d) * D[i];
+    }
+  }
+  for (int ch = 0; ch < C; ++ch) {
+    D[(n - 1) * C + ch] = 0.0f;
+    D[(n - 2) * C + ch] = U[(n - 2) * C + ch];
+  }
+  for (int64_t i = (n - 3) * C; i >= C + 1; --i) D[i] = D[i + C] * D[i] + U[i];
+}
+
+// Widening by the spline: t walks by the ratio between two nodes; after the
+// first output its copies centre the first pixel, and past the last pixel the
+// right node stays, so the last stretch is flat.
+template <class T, int C>
+void h_spline(const T *src, int64_t sw, T *dst, int64_t dw, float *D, float *U) noexcept {
+  spline_derivatives<T, C>(src, sw, D, U);
+  const float ratio = static_cast<float>(sw) / static_cast<float>(dw);
+  const auto copies = static_cast<int64_t>(0.5f / ratio);
+  float t = 0.0f;
+  int64_t left = 0, right = sw > 1 ? 1 : 0;
+  for (int64_t o = 0; o < dw;) {
+    const SplineWeights w(t);
+    for (int ch = 0; ch < C; ++ch) {
+      dst[o * C + ch] = round_spline<T>(w.at(static_cast<float>(src[left * C + ch]),
+                                             static_cast<float>(src[right * C + ch]), D[left * C + ch],
+                                             D[right * C + ch]));
+    }
+    ++o;
+    if (o == 1) {
+      for (int64_t k = 0; k < copies && o < dw; ++k, ++o) {
+        for (int ch = 0; ch < C; ++ch) dst[o * C + ch] = dst[ch];
+      }
+    }
+    t += ratio;
+    if (t >= 1.0f) {
+      t -= 1.0f;
+      left = right;
+      if (right + 1 < sw) ++right;
+    }
+  }
+}
+
+// The second derivatives of the two inner rows of the vertical window, the
+// outer rows taken as straight.
+template <class T>
+void spline_window(const T *a, const T *b, const T *c, const T *e, float *db, float *dc, float *bf, float *cf,
+                   int64_t count) noexcept {
+  for (int64_t i = 0; i < count; ++i) {
+    const int64_t A = a[i], B = b[i], Cv = c[i], E = e[i];
+    float dB = static_cast<float>(A - 2 * B + Cv) * 1.5f;
+    const float dC = (static_cast<float>(6 * (B - 2 * Cv + E)) - dB) * 0.266667f;
+    dB = dB - dC * 0.25f;
+    db[i] = dB;
+    dc[i] = dC;
+    bf[i] = static_cast<float>(B);
+    cf[i] = static_cast<float>(Cv);
+  }
+}
+
+template <class T>
+void spline_rows(const float *bf, const float *cf, const float *db, const float *dc, const SplineWeights &w, T *out,
+                 int64_t count) noexcept {
+  for (int64_t i = 0; i < count; ++i) out[i] = round_spline<T>(w.at(bf[i], cf[i], db[i], dc[i]));
+}
+
+}  // namespace rv::resample
