@@ -261,7 +261,8 @@ TEST(Resample, FastPathsGiveThePlainBytes) {
   const Format formats[] = {{24, ORDER_BGR, 0},      {32, ORDER_BGR, 0}, {32, ORDER_BGR, SIZEFLAG_ALPHA_AWARE},
                             {48, ORDER_BGR, 0},      {64, ORDER_BGR, SIZEFLAG_ALPHA_AWARE},
                             {16, ORDER_GRAY, 0},     {32, ORDER_GRAY, 0}, {16, ORDER_BGR565, 0}};
-  const int32_t sizes[][2] = {{17, 13}, {34, 26}, {51, 39}, {25, 20}, {4, 3}, {8, 13}, {40, 7}, {1, 1}};
+  const int32_t sizes[][2] = {{17, 13}, {34, 26}, {51, 39}, {85, 221}, {272, 208}, {25, 20},
+                              {4, 3},   {8, 13},  {40, 7},  {1, 1}};
   using IntForm = int32_t (*)(BITMAPRECORD *, BITMAPRECORD *, uint32_t, uint32_t);
   for (const Format &f : formats) {
     rvtest::Bitmap src;
