@@ -197,7 +197,9 @@ class Runner {
       const size_t m = static_cast<size_t>(j_.sw * j_.fmt.channels);
       d_ = j_.blocks.array<float>(m);
       u_ = j_.blocks.array<float>(m);
-      if (d_ == nullptr || u_ == nullptr) return false;
+      plan_ = j_.blocks.array<SplineStep>(static_cast<size_t>(j_.dw));
+      if (d_ == nullptr || u_ == nullptr || plan_ == nullptr) return false;
+      spline_plan(j_.sw, j_.dw, plan_);
     }
     if (j_.dh < j_.sh) {
       acc_ = j_.blocks.array<S>(n);
@@ -240,7 +242,10 @@ class Runner {
         h_area<T, C>(in, j_.sw, out, j_.dw, j_.fraction_bits, j_.alpha);
       }
     } else if (j_.engine == Engine::Spline) {
-      h_spline<T, C>(in, j_.sw, out, j_.dw, d_, u_);
+      if (!fast::spline_derivatives<T, C>(in, j_.sw, d_, u_)) spline_derivatives<T, C>(in, j_.sw, d_, u_);
+      // The row's own copy of U is free now: the vector form keeps the row
+      // there as floats.
+      if (!fast::h_spline(in, j_.sw, out, j_.dw, C, d_, u_, plan_)) h_spline<T, C>(in, out, j_.dw, d_, plan_);
     } else if (!fast::h_ramp(in, j_.sw, out, j_.dw, C, j_.xq, j_.xr)) {
       h_ramp<T, C>(in, j_.sw, out, j_.dw, j_.xq, j_.xr);
     }
@@ -442,7 +447,7 @@ class Runner {
     if (status == SUCCESS) status = horizontal(2, e);
     if (status != SUCCESS) return status;
     int64_t next_row = 3;
-    spline_window(a, b, c, e, db, dc, bf, cf, count_);
+    window(a, b, c, e);
     const float ratio = static_cast<float>(j_.sh) / static_cast<float>(j_.dh);
     const auto copies = static_cast<int64_t>(0.5f / ratio);
     float t = 0.0f;
@@ -468,10 +473,15 @@ class Runner {
         c = e;
         e = spare;
         status = horizontal(next_row++, e);
-        if (status == SUCCESS) spline_window(a, b, c, e, db, dc, bf, cf, count_);
+        if (status == SUCCESS) window(a, b, c, e);
       }
     }
     return status;
+  }
+
+  void window(const T *a, const T *b, const T *c, const T *e) noexcept {
+    float *db = floats_[0], *dc = floats_[1], *bf = floats_[2], *cf = floats_[3];
+    if (!fast::spline_window(a, b, c, e, db, dc, bf, cf, count_)) spline_window(a, b, c, e, db, dc, bf, cf, count_);
   }
 
   Job &j_;
@@ -479,6 +489,7 @@ class Runner {
   int64_t y_ = 0;
   T *rows_[5] = {};
   float *d_ = nullptr, *u_ = nullptr;
+  SplineStep *plan_ = nullptr;
   float *floats_[4] = {};
   int64_t *ramp_[3] = {};
   S *acc_ = nullptr;

@@ -88,9 +88,118 @@ template <class T, class S>
 bool divide_row(const S *, T *, int64_t, S) noexcept {
   return false;
 }
+#ifdef RV_RESAMPLE_X86
+namespace x86 {
+void h_spline_sse2(const uint8_t *src, int64_t sw, uint8_t *dst, int64_t dw, int32_t channels, const float *D,
+                   float *row, const SplineStep *plan) noexcept;
+void spline_window_avx2(const uint8_t *a, const uint8_t *b, const uint8_t *c, const uint8_t *e, float *db,
+                        float *dc, float *bf, float *cf, int64_t count) noexcept;
+void spline_rows_avx2(const float *bf, const float *cf, const float *db, const float *dc, const SplineWeights &w,
+                      uint8_t *out, int64_t count) noexcept;
+}  // namespace x86
+#endif
+
+// The forward sweep's coefficient depends only on how many pixels have gone
+// by since the coupling was last cut: -1 / (previous + 4) from 0 reaches its
+// fixed point in single precision after seven steps. The sweep then needs no
+// division, and gives the same floats as the chain of divisions.
+struct SweepTable {
+  static constexpr int kSteps = 7;
+  float d[kSteps + 1];
+  SweepTable() noexcept {
+    d[0] = 0.0f;
+    for (int k = 1; k <= kSteps; ++k) d[k] = -1.0f / (d[k - 1] + 4.0f);
+  }
+};
+
+template <class T, int C>
+bool spline_derivatives(const T *y, int64_t n, float *D, float *U) noexcept {
+  if (!vectors() || n <= 2) return false;
+  static const SweepTable table;
+  static_assert(SweepTable::kSteps == 7);
+  std::fill(D, D + n * C, 0.0f);
+  int run[C];
+  float u_prev[C];
+  for (int ch = 0; ch < C; ++ch) {
+    run[ch] = 0;
+    u_prev[ch] = 0.0f;
+  }
+  for (int64_t p = 1; p < n - 1; ++p) {
+    for (int ch = 0; ch < C; ++ch) {
+      const int64_t i = p * C + ch;
+      const float d = static_cast<float>(static_cast<int64_t>(y[i + C]) - 2 * static_cast<int64_t>(y[i]) +
+                                         static_cast<int64_t>(y[i - C])) *
+                      6.0f;
+      const bool cut = d == 0.0f;
+      run[ch] = cut ? 0 : std::min(run[ch] + 1, SweepTable::kSteps);
+      const float q = table.d[run[ch]];
+      u_prev[ch] = cut ? 0.0f : (u_prev[ch] - d) * q;
+      D[i] = q;
+      U[i] = u_prev[ch];
+    }
+  }
+  float d_next[C];
+  for (int ch = 0; ch < C; ++ch) {
+    D[(n - 1) * C + ch] = 0.0f;
+    d_next[ch] = D[(n - 2) * C + ch] = U[(n - 2) * C + ch];
+  }
+  // The back substitution's range, as in the plain form: pixel n - 3 only in
+  // its first channel, pixel 1 but in its first.
+  for (int64_t p = n - 3; p >= 1; --p) {
+    for (int ch = 0; ch < C; ++ch) {
+      const int64_t i = p * C + ch;
+      float v = D[i];
+      if (i <= (n - 3) * C && i >= C + 1) v = d_next[ch] * v + U[i];
+      D[i] = d_next[ch] = v;
+    }
+  }
+  return true;
+}
+
+// A widening spline row of 3 or 4 channels; `row` (sw x channels floats with
+// room past the end) is scratch.
 template <class T>
-bool spline_rows(const float *, const float *, const float *, const float *, const SplineWeights &, T *,
-                 int64_t) noexcept {
+bool h_spline(const T *src, int64_t sw, T *dst, int64_t dw, int channels, const float *D, float *row,
+              const SplineStep *plan) noexcept {
+#ifdef RV_RESAMPLE_X86
+  if constexpr (std::is_same_v<T, uint8_t>) {
+    if (vectors() && (channels == 3 || channels == 4)) {
+      x86::h_spline_sse2(src, sw, dst, dw, channels, D, row, plan);
+      return true;
+    }
+  }
+#endif
+  (void)src, (void)sw, (void)dst, (void)dw, (void)channels, (void)D, (void)row, (void)plan;
+  return false;
+}
+
+template <class T>
+bool spline_window(const T *a, const T *b, const T *c, const T *e, float *db, float *dc, float *bf, float *cf,
+                   int64_t count) noexcept {
+#ifdef RV_RESAMPLE_X86
+  if constexpr (std::is_same_v<T, uint8_t>) {
+    if (simd::level() == simd::Level::Avx2) {
+      x86::spline_window_avx2(a, b, c, e, db, dc, bf, cf, count);
+      return true;
+    }
+  }
+#endif
+  (void)a, (void)b, (void)c, (void)e, (void)db, (void)dc, (void)bf, (void)cf, (void)count;
+  return false;
+}
+
+template <class T>
+bool spline_rows(const float *bf, const float *cf, const float *db, const float *dc, const SplineWeights &w, T *out,
+                 int64_t count) noexcept {
+#ifdef RV_RESAMPLE_X86
+  if constexpr (std::is_same_v<T, uint8_t>) {
+    if (simd::level() == simd::Level::Avx2) {
+      x86::spline_rows_avx2(bf, cf, db, dc, w, out, count);
+      return true;
+    }
+  }
+#endif
+  (void)bf, (void)cf, (void)db, (void)dc, (void)w, (void)out, (void)count;
   return false;
 }
 

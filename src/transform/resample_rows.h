@@ -229,60 +229,83 @@ struct SplineWeights {
 // its neighbours. The back substitution covers the elements from the first of
 // pixel n - 3 down to the second of pixel 1, as it always has: the other
 // channels of pixel n - 3 and the first element of pixel 1 keep the
-// coefficient of the forward sweep.
+// coefficient of the forward sweep. Each channel's chain runs in registers.
 template <class T, int C>
 void spline_derivatives(const T *y, int64_t n, float *D, float *U) noexcept {
   std::fill(D, D + n * C, 0.0f);
   if (n <= 2) return;
-  for (int ch = 0; ch < C; ++ch) U[ch] = 0.0f;
-  for (int64_t i = C; i < (n - 1) * C; ++i) {
-    const float d = static_cast<float>(static_cast<int64_t>(y[i + C]) - 2 * static_cast<int64_t>(y[i]) +
-                                       static_cast<int64_t>(y[i - C])) *
-                    6.0f;
-    if (d == 0.0f) {
-      D[i] = 0.0f;
-      U[i] = 0.0f;
-    } else {
-      const float p = D[i - C] + 4.0f;
-      D[i] = -1.0f / p;
-      U[i] = (U[i - C] - d) * D[i];
+  float d_prev[C], u_prev[C];
+  for (int ch = 0; ch < C; ++ch) d_prev[ch] = u_prev[ch] = 0.0f;
+  for (int64_t p = 1; p < n - 1; ++p) {
+    for (int ch = 0; ch < C; ++ch) {
+      const int64_t i = p * C + ch;
+      const float d = static_cast<float>(static_cast<int64_t>(y[i + C]) - 2 * static_cast<int64_t>(y[i]) +
+                                         static_cast<int64_t>(y[i - C])) *
+                      6.0f;
+      if (d == 0.0f) {
+        d_prev[ch] = u_prev[ch] = 0.0f;
+      } else {
+        const float q = -1.0f / (d_prev[ch] + 4.0f);
+        u_prev[ch] = (u_prev[ch] - d) * q;
+        d_prev[ch] = q;
+      }
+      D[i] = d_prev[ch];
+      U[i] = u_prev[ch];
     }
   }
+  float d_next[C];
   for (int ch = 0; ch < C; ++ch) {
     D[(n - 1) * C + ch] = 0.0f;
-    D[(n - 2) * C + ch] = U[(n - 2) * C + ch];
+    d_next[ch] = D[(n - 2) * C + ch] = U[(n - 2) * C + ch];
   }
-  for (int64_t i = (n - 3) * C; i >= C + 1; --i) D[i] = D[i + C] * D[i] + U[i];
+  for (int64_t p = n - 3; p >= 1; --p) {
+    for (int ch = 0; ch < C; ++ch) {
+      const int64_t i = p * C + ch;
+      float v = D[i];
+      if (i <= (n - 3) * C && i >= C + 1) v = d_next[ch] * v + U[i];
+      D[i] = d_next[ch] = v;
+    }
+  }
 }
 
-// Widening by the spline: t walks by the ratio between two nodes; after the
-// first output its copies centre the first pixel, and past the last pixel the
-// right node stays, so the last stretch is flat.
-template <class T, int C>
-void h_spline(const T *src, int64_t sw, T *dst, int64_t dw, float *D, float *U) noexcept {
-  spline_derivatives<T, C>(src, sw, D, U);
+// Where each output of a widening row falls: t walks by the ratio of the
+// widths between a left and a right node; the first output is followed by
+// copies of itself (t not moving), which centre the first pixel, and past the
+// last pixel the right node stays, so the last stretch is flat. The walk is
+// the same for every row of a call.
+struct SplineStep {
+  SplineWeights w;
+  int32_t left, right;
+};
+
+inline void spline_plan(int64_t sw, int64_t dw, SplineStep *plan) noexcept {
   const float ratio = static_cast<float>(sw) / static_cast<float>(dw);
   const auto copies = static_cast<int64_t>(0.5f / ratio);
   float t = 0.0f;
-  int64_t left = 0, right = sw > 1 ? 1 : 0;
+  int32_t left = 0, right = sw > 1 ? 1 : 0;
   for (int64_t o = 0; o < dw;) {
-    const SplineWeights w(t);
-    for (int ch = 0; ch < C; ++ch) {
-      dst[o * C + ch] = round_spline<T>(w.at(static_cast<float>(src[left * C + ch]),
-                                             static_cast<float>(src[right * C + ch]), D[left * C + ch],
-                                             D[right * C + ch]));
-    }
-    ++o;
+    plan[o++] = SplineStep{SplineWeights(t), left, right};
     if (o == 1) {
-      for (int64_t k = 0; k < copies && o < dw; ++k, ++o) {
-        for (int ch = 0; ch < C; ++ch) dst[o * C + ch] = dst[ch];
-      }
+      for (int64_t k = 0; k < copies && o < dw; ++k) plan[o++] = plan[0];
     }
     t += ratio;
     if (t >= 1.0f) {
       t -= 1.0f;
       left = right;
       if (right + 1 < sw) ++right;
+    }
+  }
+}
+
+// Widening by the spline, from the derivatives of the row and the plan.
+template <class T, int C>
+void h_spline(const T *src, T *dst, int64_t dw, const float *D, const SplineStep *plan) noexcept {
+  for (int64_t o = 0; o < dw; ++o) {
+    const SplineStep &s = plan[o];
+    const int64_t l = s.left * C, r = s.right * C;
+    for (int ch = 0; ch < C; ++ch) {
+      dst[o * C + ch] = round_spline<T>(
+          s.w.at(static_cast<float>(src[l + ch]), static_cast<float>(src[r + ch]), D[l + ch], D[r + ch]));
     }
   }
 }

@@ -119,6 +119,91 @@ RV_SSSE3 void h_ramp_ssse3(const uint8_t *src, int64_t sw, uint8_t *dst, int64_t
   }
 }
 
+// --- the spline -----------------------------------------------------------------------
+
+namespace {
+
+// Spline values to bytes as round_spline does: 0.49999 added in double
+// precision, kept within 0 and 255 (a NaN going to 0), truncated.
+inline __m128i round_to_ints(__m128 v) noexcept {
+  const __m128d half = _mm_set1_pd(0.49999), lo = _mm_setzero_pd(), hi = _mm_set1_pd(255.0);
+  __m128d a = _mm_add_pd(_mm_cvtps_pd(v), half), b = _mm_add_pd(_mm_cvtps_pd(_mm_movehl_ps(v, v)), half);
+  a = _mm_min_pd(_mm_max_pd(a, lo), hi);
+  b = _mm_min_pd(_mm_max_pd(b, lo), hi);
+  return _mm_unpacklo_epi64(_mm_cvttpd_epi32(a), _mm_cvttpd_epi32(b));
+}
+
+RV_AVX2 inline __m256i widen32(const uint8_t *p) noexcept {
+  return _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(p)));
+}
+
+RV_AVX2 inline __m128i round_to_ints(__m256d v) noexcept {
+  const __m256d half = _mm256_set1_pd(0.49999), lo = _mm256_setzero_pd(), hi = _mm256_set1_pd(255.0);
+  return _mm256_cvttpd_epi32(_mm256_min_pd(_mm256_max_pd(_mm256_add_pd(v, half), lo), hi));
+}
+
+}  // namespace
+
+// Each output pixel's channels at once: the nodes' values and derivatives
+// from the float row, the plan's weights, summed in the plain order.
+void h_spline_sse2(const uint8_t *src, int64_t sw, uint8_t *dst, int64_t dw, int32_t channels, const float *D,
+                   float *row, const SplineStep *plan) noexcept {
+  const int64_t c = channels;
+  for (int64_t i = 0; i < sw * c; ++i) row[i] = static_cast<float>(src[i]);
+  for (int64_t o = 0; o < dw; ++o) {
+    const SplineStep &s = plan[o];
+    const int64_t l = s.left * c, r = s.right * c;
+    const __m128 v = _mm_add_ps(
+        _mm_add_ps(_mm_add_ps(_mm_mul_ps(_mm_set1_ps(s.w.u), _mm_loadu_ps(row + l)),
+                              _mm_mul_ps(_mm_set1_ps(s.w.t), _mm_loadu_ps(row + r))),
+                   _mm_mul_ps(_mm_set1_ps(s.w.cu), _mm_loadu_ps(D + l))),
+        _mm_mul_ps(_mm_set1_ps(s.w.ct), _mm_loadu_ps(D + r)));
+    const __m128i ints = round_to_ints(v);
+    const __m128i bytes = _mm_packus_epi16(_mm_packs_epi32(ints, ints), ints);
+    const auto word = static_cast<uint32_t>(_mm_cvtsi128_si32(bytes));
+    // A 3-byte pixel's fourth byte is overwritten by the next pixel; the last
+    // one stores only its own.
+    std::memcpy(dst + o * c, &word, c == 4 || o + 1 < dw ? 4 : 3);
+  }
+}
+
+RV_AVX2 void spline_window_avx2(const uint8_t *a, const uint8_t *b, const uint8_t *c, const uint8_t *e, float *db,
+                                float *dc, float *bf, float *cf, int64_t count) noexcept {
+  const __m256 k15 = _mm256_set1_ps(1.5f), k0266 = _mm256_set1_ps(0.266667f), k025 = _mm256_set1_ps(0.25f);
+  int64_t i = 0;
+  for (; i + 8 <= count; i += 8) {
+    const __m256i A = widen32(a + i), B = widen32(b + i), C = widen32(c + i), E = widen32(e + i);
+    const __m256i twice_b = _mm256_add_epi32(B, B), twice_c = _mm256_add_epi32(C, C);
+    __m256 dB = _mm256_mul_ps(_mm256_cvtepi32_ps(_mm256_add_epi32(_mm256_sub_epi32(A, twice_b), C)), k15);
+    const __m256i inner = _mm256_add_epi32(_mm256_sub_epi32(B, twice_c), E);
+    const __m256i six = _mm256_add_epi32(_mm256_slli_epi32(inner, 2), _mm256_add_epi32(inner, inner));
+    const __m256 dC = _mm256_mul_ps(_mm256_sub_ps(_mm256_cvtepi32_ps(six), dB), k0266);
+    dB = _mm256_sub_ps(dB, _mm256_mul_ps(dC, k025));
+    _mm256_storeu_ps(db + i, dB);
+    _mm256_storeu_ps(dc + i, dC);
+    _mm256_storeu_ps(bf + i, _mm256_cvtepi32_ps(B));
+    _mm256_storeu_ps(cf + i, _mm256_cvtepi32_ps(C));
+  }
+  if (i < count) rv::resample::spline_window(a + i, b + i, c + i, e + i, db + i, dc + i, bf + i, cf + i, count - i);
+}
+
+RV_AVX2 void spline_rows_avx2(const float *bf, const float *cf, const float *db, const float *dc,
+                              const SplineWeights &w, uint8_t *out, int64_t count) noexcept {
+  const __m256 u = _mm256_set1_ps(w.u), t = _mm256_set1_ps(w.t), cu = _mm256_set1_ps(w.cu), ct = _mm256_set1_ps(w.ct);
+  int64_t i = 0;
+  for (; i + 8 <= count; i += 8) {
+    const __m256 v = _mm256_add_ps(
+        _mm256_add_ps(_mm256_add_ps(_mm256_mul_ps(u, _mm256_loadu_ps(bf + i)), _mm256_mul_ps(t, _mm256_loadu_ps(cf + i))),
+                      _mm256_mul_ps(cu, _mm256_loadu_ps(db + i))),
+        _mm256_mul_ps(ct, _mm256_loadu_ps(dc + i)));
+    const __m128i lo = round_to_ints(_mm256_cvtps_pd(_mm256_castps256_ps128(v)));
+    const __m128i hi = round_to_ints(_mm256_cvtps_pd(_mm256_extractf128_ps(v, 1)));
+    const __m128i words = _mm_packs_epi32(lo, hi);
+    _mm_storel_epi64(reinterpret_cast<__m128i *>(out + i), _mm_packus_epi16(words, words));
+  }
+  if (i < count) rv::resample::spline_rows(bf + i, cf + i, db + i, dc + i, w, out + i, count - i);
+}
+
 }  // namespace rv::resample::fast::x86
 
 #endif
