@@ -21,6 +21,17 @@
 #define MEMTHRESHOLD_CONV_TILES 0x08u
 #define MEMTHRESHOLD_TILE_VIEWS 0x10u
 
+/* A list of bitmaps: a growable array of whole records, each kept in the full
+ * form. Deleting items frees them; removing an item hands it to the caller. */
+typedef struct BITMAPLIST {
+  uint32_t uCount;       /* number of items */
+  BITMAPRECORD *pItems;  /* uCount records, NULL when the list is empty */
+} BITMAPLIST;
+typedef BITMAPLIST *HBITMAPLIST;
+
+/* A position that means "the end" (or "the last"). */
+#define RV_LIST_END 0xFFFFFFFFu
+
 RV_BEGIN_DECLS
 
 /* --- the record ---------------------------------------------------------------------- */
@@ -199,6 +210,29 @@ RV_API int32_t Rv_TrimBitmap(BITMAPRECORD *pBitmap, int32_t nCol, int32_t nRow, 
 RV_API int32_t Rv_FillBitmap(BITMAPRECORD *pBitmap, COLORREF crColor) RV_NOEXCEPT;
 RV_API int32_t Rv_FillBitmap2(BITMAPRECORD *pBitmap, COLORREF crColor, int32_t nAlpha) RV_NOEXCEPT;
 RV_API int32_t Rv_ClearBitmap(BITMAPRECORD *pBitmap) RV_NOEXCEPT;
+
+/* --- bitmap lists -------------------------------------------------------------------- */
+RV_API int32_t Rv_CreateBitmapList(HBITMAPLIST *phList) RV_NOEXCEPT;
+RV_API int32_t Rv_DestroyBitmapList(HBITMAPLIST hList) RV_NOEXCEPT;
+RV_API int32_t Rv_GetBitmapListCount(HBITMAPLIST hList, uint32_t *puCount) RV_NOEXCEPT;
+/* The list takes over what the record owns. uIndex is held to the count. */
+RV_API int32_t Rv_InsertBitmapListItem(HBITMAPLIST hList, uint32_t uIndex,
+                                       const BITMAPRECORD *pBitmap) RV_NOEXCEPT;
+/* The caller takes over the item; pBitmap (if given) needs room for the full form. */
+RV_API int32_t Rv_RemoveBitmapListItem(HBITMAPLIST hList, uint32_t uIndex,
+                                       BITMAPRECORD *pBitmap) RV_NOEXCEPT;
+RV_API int32_t Rv_DeleteBitmapListItems(HBITMAPLIST hList, uint32_t uIndex, uint32_t uCount) RV_NOEXCEPT;
+/* A copy of the record that shares its storage with the list. */
+RV_API int32_t Rv_GetBitmapListItem(HBITMAPLIST hList, uint32_t uIndex, BITMAPRECORD *pBitmap,
+                                    uint32_t uStructSize) RV_NOEXCEPT;
+RV_API int32_t Rv_SetBitmapListItem(HBITMAPLIST hList, uint32_t uIndex,
+                                    const BITMAPRECORD *pBitmap) RV_NOEXCEPT;
+RV_API int32_t Rv_ReplaceBitmapListItem(HBITMAPLIST hList, uint32_t uIndex, const BITMAPRECORD *pNew,
+                                        BITMAPRECORD *pOld, uint32_t uOldSize) RV_NOEXCEPT;
+RV_API int32_t Rv_CopyBitmapListItems(HBITMAPLIST *phNew, HBITMAPLIST hList, uint32_t uIndex,
+                                      uint32_t uCount) RV_NOEXCEPT;
+RV_API int32_t Rv_MoveBitmapListItems(HBITMAPLIST *phNew, HBITMAPLIST hList, uint32_t uIndex,
+                                      uint32_t uCount) RV_NOEXCEPT;
 
 RV_END_DECLS
 
