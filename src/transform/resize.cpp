@@ -54,14 +54,6 @@ int32_t resize_nearest(BITMAPRECORD *src, BITMAPRECORD *dst) noexcept {
   return status;
 }
 
-// Brings the source to the destination's view perspective in a temporary
-// record. The change of perspective is the flip and view module's; until it
-// joins the library a pair of perspectives other than equal ones or 1 and 4
-// is refused.
-int32_t to_destination_view(BITMAPRECORD *, BITMAPRECORD *, int32_t) noexcept {
-  return ERROR_FEATURE_NOT_SUPPORTED;
-}
-
 // Brings the temporary to the destination's depth in place, as colour
 // resolution does with an optimised palette for 8 bits and less and
 // blue-green-red order above. Until colour resolution joins the library a
@@ -101,7 +93,10 @@ int32_t Rv_ResizeBitmap(BITMAPRECORD *pSrc, BITMAPRECORD *pDst, uint32_t uFlags)
   BITMAPRECORD *source = pSrc;
   int32_t status = SUCCESS;
   if (!views_compatible(pSrc->nViewPerspective, pDst->nViewPerspective)) {
-    status = to_destination_view(&temporary, pSrc, pDst->nViewPerspective);
+    // A temporary of the source's record size with everything of its own.
+    constexpr uint32_t kOwnCopy = DUPFLAG_ALLOCATE | DUPFLAG_OWN_PALETTE | DUPFLAG_OWN_REGION | DUPFLAG_OWN_OVERLAYS |
+                                  0x10u | 0x20u;
+    status = Rv_IntChangeBitmapViewPerspective(&temporary, pSrc, pSrc->uStructSize, pDst->nViewPerspective, kOwnCopy);
     if (status == SUCCESS) source = &temporary;
   }
   if (status == SUCCESS && source->nBitsPerPixel != pDst->nBitsPerPixel) {

@@ -1,6 +1,5 @@
-// Internals shared by the modules of resizing: row reads and writes that turn
-// a short count into a status, a lock held for a loop, the steps of the
-// picking loops, the region and overlay steps, and the engines that the
+// Internals shared by the modules of resizing: both bitmaps of a loop locked,
+// the steps of the picking loops, the region and overlay steps, and the engines that the
 // front doors choose among.
 #pragma once
 #include <cstdint>
@@ -8,46 +7,25 @@
 #include "internal/bitmap_hooks.h"
 #include "ruvokit/rvbitmap.h"
 #include "ruvokit/rvtransform.h"
+#include "transform/rows.h"
 
 namespace rv::resize {
 
-// A whole row into `buffer`: SUCCESS, or the read's error.
-inline int32_t read_row(BITMAPRECORD *b, void *buffer, int32_t row) noexcept {
-  const int32_t got = Rv_GetBitmapRow(b, buffer, row, static_cast<uint32_t>(b->nBytesPerLine));
-  return got < 0 ? got : SUCCESS;
-}
-
-// A whole row from `buffer`: SUCCESS, the write's error, or ERROR_FILE_WRITE
-// when fewer bytes went out than the row holds.
-inline int32_t write_row(BITMAPRECORD *b, const void *buffer, int32_t row) noexcept {
-  const int32_t put = Rv_PutBitmapRow(b, buffer, row, static_cast<uint32_t>(b->nBytesPerLine));
-  if (put < 0) return put;
-  return put == b->nBytesPerLine ? SUCCESS : ERROR_FILE_WRITE;
-}
+using xform::read_row;
+using xform::write_row;
 
 // Both bitmaps of a loop locked for its length. finish() releases them,
 // keeping the loop's failure, else the first release's.
 class Access2 {
  public:
-  Access2(BITMAPRECORD *a, BITMAPRECORD *b) noexcept : a_(a), b_(b) {
-    status_ = Rv_IntAccessBitmap(a_, &a_locked_);
-    if (status_ == SUCCESS) status_ = Rv_IntAccessBitmap(b_, &b_locked_);
-  }
+  Access2(BITMAPRECORD *a, BITMAPRECORD *b) noexcept : a_(a), b_(b) {}
   Access2(const Access2 &) = delete;
   Access2 &operator=(const Access2 &) = delete;
-  ~Access2() { finish(SUCCESS); }
-  int32_t status() const noexcept { return status_; }
-  int32_t finish(int32_t status) noexcept {
-    status = Rv_IntReleaseBitmap(a_, a_locked_, status);
-    status = Rv_IntReleaseBitmap(b_, b_locked_, status);
-    a_locked_ = b_locked_ = FALSE;
-    return status;
-  }
+  int32_t status() const noexcept { return a_.status() != SUCCESS ? a_.status() : b_.status(); }
+  int32_t finish(int32_t status) noexcept { return b_.finish(a_.finish(status)); }
 
  private:
-  BITMAPRECORD *a_, *b_;
-  int32_t a_locked_ = FALSE, b_locked_ = FALSE;
-  int32_t status_;
+  xform::Access a_, b_;
 };
 
 // The whole steps and rests of a picking loop: per destination pixel the

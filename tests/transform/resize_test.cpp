@@ -200,10 +200,13 @@ TEST(ResizeBitmap, NearestSamplesAndFallingRows) {
   other->uStructSize = 3;
   EXPECT_EQ(Rv_ResizeBitmap(src.get(), other.get(), 0), ERROR_INVALID_STRUCT_SIZE);
   other->uStructSize = RV_BITMAPRECORD_SIZE;
-  // Changes of perspective and depth wait for their modules.
-  EXPECT_EQ(Rv_ResizeBitmap(src.get(), other.get(), 0), ERROR_FEATURE_NOT_SUPPORTED);
+  // Another perspective is reached through a temporary: 1 to 2 mirrors the
+  // stored rows. A change of depth waits for colour resolution.
   dst->nViewPerspective = VIEW_TOP_RIGHT;
-  EXPECT_EQ(Rv_ResizeBitmap(src.get(), dst.get(), 0), ERROR_FEATURE_NOT_SUPPORTED);
+  ASSERT_EQ(Rv_ResizeBitmap(src.get(), dst.get(), 0), SUCCESS);
+  EXPECT_EQ(rztest::values(dst.get(), 0), (std::vector<uint32_t>{3, 3, 2, 2, 1, 1}));
+  EXPECT_EQ(src->nViewPerspective, VIEW_TOP_LEFT);
+  EXPECT_EQ(Rv_ResizeBitmap(src.get(), other.get(), 0), ERROR_FEATURE_NOT_SUPPORTED);
 }
 
 TEST(SizeBitmap, ChecksAndTheSameSize) {
