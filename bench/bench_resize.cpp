@@ -50,6 +50,9 @@ void resize_picture(benchmark::State &state, int32_t width, int32_t height, uint
 RV_RESIZE_BENCH(BM_Resize_to_1000x750_Nearest, 1000, 750, SIZEFLAG_NEAREST);
 RV_RESIZE_BENCH(BM_Resize_to_1000x750_Linear, 1000, 750, SIZEFLAG_LINEAR);
 RV_RESIZE_BENCH(BM_Resize_to_1000x750_Cubic, 1000, 750, SIZEFLAG_CUBIC);
+// A reduction that is no whole multiple: partial weights at both ends of
+// every window.
+RV_RESIZE_BENCH(BM_Resize_to_1500x1125_Linear, 1500, 1125, SIZEFLAG_LINEAR);
 RV_RESIZE_BENCH(BM_Resize_to_8000x6000_Nearest, 8000, 6000, SIZEFLAG_NEAREST);
 RV_RESIZE_BENCH(BM_Resize_to_8000x6000_Linear, 8000, 6000, SIZEFLAG_LINEAR);
 RV_RESIZE_BENCH(BM_Resize_to_8000x6000_Cubic, 8000, 6000, SIZEFLAG_CUBIC);

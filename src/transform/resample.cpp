@@ -201,6 +201,12 @@ class Runner {
       if (d_ == nullptr || u_ == nullptr || plan_ == nullptr) return false;
       spline_plan(j_.sw, j_.dw, plan_);
     }
+    if (j_.dw < j_.sw && j_.sw % j_.dw != 0 && std::is_same_v<T, uint8_t> &&
+        static_cast<uint64_t>(j_.sw / j_.dw + 2) << j_.fraction_bits < fast::kMaxWindow32) {
+      area_ = j_.blocks.array<AreaStep>(static_cast<size_t>(j_.dw));
+      if (area_ == nullptr) return false;
+      area_plan(j_.sw, j_.dw, j_.fraction_bits, area_);
+    }
     if (j_.dh < j_.sh) {
       acc_ = j_.blocks.array<S>(n);
       weight_ = j_.blocks.array<S>(static_cast<size_t>(j_.dw));
@@ -238,7 +244,7 @@ class Runner {
   template <int C>
   void stage(const T *in, T *out) noexcept {
     if (j_.dw < j_.sw) {
-      if (!fast::h_area(in, j_.sw, out, j_.dw, C, j_.fraction_bits, j_.alpha)) {
+      if (!fast::h_area(in, j_.sw, out, j_.dw, C, area_, static_cast<uint32_t>(1) << j_.fraction_bits, j_.alpha)) {
         h_area<T, C>(in, j_.sw, out, j_.dw, j_.fraction_bits, j_.alpha);
       }
     } else if (j_.engine == Engine::Spline) {
@@ -404,30 +410,18 @@ class Runner {
       for (int64_t i = 0; i < count_; ++i) acc_[i] += static_cast<S>(row[i]) * static_cast<S>(w);
       return;
     }
-    for (int64_t p = 0; p < j_.dw; ++p) {
-      const T *px = row + 4 * p;
-      S *sum = acc_ + 4 * p;
-      const S cw = (static_cast<S>(px[3]) + 1) * static_cast<S>(w);
-      for (int ch = 0; ch < 3; ++ch) sum[ch] += static_cast<S>(px[ch]) * cw;
-      sum[3] += static_cast<S>(px[3]) * static_cast<S>(w);
-      weight_[p] += cw;
-    }
+    for (int64_t p = 0; p < j_.dw; ++p) add_pixel<T, 4>(acc_ + 4 * p, weight_[p], row + 4 * p, w, true, 0);
   }
 
   // Colours by their weight sums (0 where nothing weighed), the rest by `den`
   // or the box divisor.
   template <class Divide>
-  void finish_with(T *out, Divide divide) noexcept {
+  void finish_with(T *out, const Divide &divide) noexcept {
     if (!j_.alpha) {
       for (int64_t i = 0; i < count_; ++i) out[i] = Elem<T>::clamp(divide(acc_[i]));
       return;
     }
-    for (int64_t p = 0; p < j_.dw; ++p) {
-      for (int ch = 0; ch < 3; ++ch) {
-        out[4 * p + ch] = weight_[p] != 0 ? Elem<T>::clamp(acc_[4 * p + ch] / weight_[p]) : T(0);
-      }
-      out[4 * p + 3] = Elem<T>::clamp(divide(acc_[4 * p + 3]));
-    }
+    for (int64_t p = 0; p < j_.dw; ++p) put_pixel<T, 4>(out + 4 * p, acc_ + 4 * p, weight_[p], true, divide);
   }
   void finish(T *out, S den) noexcept {
     if (!j_.alpha && fast::divide_row(acc_, out, count_, den)) return;
@@ -490,6 +484,7 @@ class Runner {
   T *rows_[5] = {};
   float *d_ = nullptr, *u_ = nullptr;
   SplineStep *plan_ = nullptr;
+  AreaStep *area_ = nullptr;  // the windows of a narrowing row that 32-bit sums serve
   float *floats_[4] = {};
   int64_t *ramp_[3] = {};
   S *acc_ = nullptr;

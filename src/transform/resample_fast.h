@@ -36,8 +36,31 @@ void h_ramp_ssse3(const uint8_t *src, int64_t sw, uint8_t *dst, int64_t dw, int3
 
 inline bool vectors() noexcept { return simd::level() != simd::Level::Plain; }
 
+// Windows of 8-bit elements that 32-bit sums and the reciprocal serve.
+constexpr uint64_t kMaxWindow32 = Divider::kMaxDivisor;
+
+// A narrowing 8-bit row without alpha weighting, by windows planned for the
+// call: 32-bit sums and division by reciprocals.
 template <class T>
-bool h_area(const T *, int64_t, T *, int64_t, int, int32_t, bool) noexcept {
+bool h_area(const T *src, int64_t sw, T *dst, int64_t dw, int channels, const AreaStep *plan, uint32_t F,
+            bool alpha) noexcept {
+  if constexpr (std::is_same_v<T, uint8_t>) {
+    if (!vectors() || alpha || plan == nullptr) return false;
+    const int64_t c = channels;
+    for (int64_t o = 0; o < dw; ++o) {
+      const AreaStep &a = plan[o];
+      const Divider &divide = a.divide;
+      for (int64_t ch = 0; ch < c; ++ch) {
+        uint32_t full = 0;
+        for (int64_t p = a.first + 1; p < a.end; ++p) full += src[p * c + ch];
+        uint32_t sum = src[a.first * c + ch] * a.wl + full * F;
+        if (a.wr != 0) sum += src[a.end * c + ch] * a.wr;
+        dst[o * c + ch] = static_cast<uint8_t>(divide(sum));
+      }
+    }
+    return true;
+  }
+  (void)src, (void)sw, (void)dst, (void)dw, (void)channels, (void)plan, (void)F, (void)alpha;
   return false;
 }
 
@@ -84,8 +107,16 @@ template <class T, class S>
 bool add_row(const T *, S *, int64_t, uint64_t) noexcept {
   return false;
 }
+// A row of 8-bit sums over a window of weight `den`, divided.
 template <class T, class S>
-bool divide_row(const S *, T *, int64_t, S) noexcept {
+bool divide_row(const S *acc, T *out, int64_t count, S den) noexcept {
+  if constexpr (std::is_same_v<T, uint8_t>) {
+    if (!vectors() || static_cast<uint64_t>(den) >= kMaxWindow32) return false;
+    const Divider divide(static_cast<uint32_t>(den));
+    for (int64_t i = 0; i < count; ++i) out[i] = static_cast<uint8_t>(divide(acc[i]));
+    return true;
+  }
+  (void)acc, (void)out, (void)count, (void)den;
   return false;
 }
 #ifdef RV_RESAMPLE_X86

@@ -77,6 +77,46 @@ struct AreaWalk {
   }
 };
 
+// Division of 8-bit sums by an invariant divisor as a product with its
+// reciprocal: a quotient up to 255 (a dividend up to 255 x d) comes out exact
+// when the reciprocal is rounded up at 2^k with 2^k at least 255 x d x d,
+// and the product stays within 64 bits for d below 2^23.
+struct Divider {
+  uint64_t m = 0;
+  uint32_t shift = 0;
+  static constexpr uint32_t kMaxDivisor = uint32_t{1} << 23;
+  Divider() = default;
+  explicit Divider(uint32_t d) noexcept {
+    const uint64_t span = 255 * static_cast<uint64_t>(d) * d;
+    shift = span <= 1 ? 0 : 64 - static_cast<uint32_t>(__builtin_clzll(span - 1));
+    m = ((uint64_t{1} << shift) + d - 1) / d;
+  }
+  uint32_t operator()(uint64_t x) const noexcept { return static_cast<uint32_t>((x * m) >> shift); }
+};
+
+// One output's window along a row, the same for every row of a call.
+struct AreaStep {
+  int32_t first, end;  // the left pixel (kept inside the row) and the pixel after the full ones
+  uint32_t wl, wr;     // wr is 0 when there is no right pixel
+  uint32_t den;
+  Divider divide;  // by den
+};
+
+// The windows of a narrowing row, from the walk.
+inline void area_plan(int64_t sw, int64_t dw, int32_t fraction_bits, AreaStep *plan) noexcept {
+  AreaWalk walk(sw, dw, fraction_bits, true, true);
+  for (int64_t o = 0; o < dw; ++o, walk.advance()) {
+    AreaStep &a = plan[o];
+    a.first = static_cast<int32_t>(walk.first_pixel());
+    a.end = static_cast<int32_t>(walk.end);
+    a.wl = static_cast<uint32_t>(walk.wl);
+    a.wr = walk.has_right() ? static_cast<uint32_t>(walk.wr) : 0;
+    a.den = static_cast<uint32_t>(walk.wl + walk.F * static_cast<uint64_t>(std::max<int64_t>(walk.end - walk.first - 1, 0)) +
+                                  a.wr);
+    a.divide = Divider(a.den);
+  }
+}
+
 // --- horizontal stage --------------------------------------------------------------------
 
 // Widening: a ramp from each source pixel to the next over n outputs, n being
@@ -138,11 +178,44 @@ void h_ramp(const T *src, int64_t sw, T *dst, int64_t dw, int64_t xq, int64_t xr
   }
 }
 
+// Adds a pixel to the sums of an output with weight w. With alpha weighting
+// (four channels, the last alpha) a colour weighs ((alpha + 1) x w) >> shift
+// and those weights are summed apart; alpha weighs w.
+template <class T, int C>
+inline void add_pixel(typename Elem<T>::Sum *sum, typename Elem<T>::Sum &weight, const T *p, uint64_t w, bool weigh,
+                      int shift) noexcept {
+  using S = typename Elem<T>::Sum;
+  if constexpr (C == 4) {
+    if (weigh) {
+      const S cw = static_cast<S>(((static_cast<uint64_t>(p[3]) + 1) * w) >> shift);
+      for (int ch = 0; ch < 3; ++ch) sum[ch] += static_cast<S>(p[ch]) * cw;
+      weight += cw;
+      sum[3] += static_cast<S>(p[3]) * static_cast<S>(w);
+      return;
+    }
+  }
+  for (int ch = 0; ch < C; ++ch) sum[ch] += static_cast<S>(p[ch]) * static_cast<S>(w);
+}
+
+// An output pixel from its sums: weighed colours by their weight (0 where
+// nothing weighed), the rest by `divide`.
+template <class T, int C, class Divide>
+inline void put_pixel(T *out, const typename Elem<T>::Sum *sum, typename Elem<T>::Sum weight, bool weigh,
+                      const Divide &divide) noexcept {
+  int ch = 0;
+  if constexpr (C == 4) {
+    if (weigh) {
+      for (; ch < 3; ++ch) out[ch] = weight != 0 ? Elem<T>::clamp(sum[ch] / weight) : T(0);
+    }
+  }
+  for (; ch < C; ++ch) out[ch] = Elem<T>::clamp(divide(sum[ch]));
+}
+
 // Narrowing by exact areas. A whole multiple averages its blocks. Otherwise
 // each output weighs its first pixel by the left weight, the pixels inside
 // fully, and the pixel at the end by the right weight. With alpha weighting
-// (four channels, the last alpha) colours weigh by alpha plus one, so that
-// transparent pixels don't darken the result.
+// colours weigh by alpha plus one (times the area, shifted down by 8, in the
+// partial form), so that transparent pixels don't darken the result.
 template <class T, int C>
 void h_area(const T *src, int64_t sw, T *dst, int64_t dw, int32_t fraction_bits, bool alpha) noexcept {
   using S = typename Elem<T>::Sum;
@@ -154,51 +227,26 @@ void h_area(const T *src, int64_t sw, T *dst, int64_t dw, int32_t fraction_bits,
       const T *p = src + o * k * C;
       S sum[C] = {};
       S weight = 0;
-      for (int64_t t = 0; t < k; ++t, p += C) {
-        if (weigh) {
-          const S w = static_cast<S>(p[3]) + 1;
-          for (int ch = 0; ch < 3; ++ch) sum[ch] += static_cast<S>(p[ch]) * w;
-          weight += w;
-          sum[3] += p[3];
-        } else {
-          for (int ch = 0; ch < C; ++ch) sum[ch] += static_cast<S>(p[ch]);
-        }
-      }
-      for (int ch = 0; ch < C; ++ch) {
-        if (weigh && ch < 3) {
-          dst[o * C + ch] = Elem<T>::clamp(sum[ch] / weight);
-        } else {
-          dst[o * C + ch] = Elem<T>::clamp(box(sum[ch]));
-        }
-      }
+      for (int64_t t = 0; t < k; ++t, p += C) add_pixel<T, C>(sum, weight, p, 1, weigh, 0);
+      put_pixel<T, C>(dst + o * C, sum, weight, weigh, box);
     }
     return;
   }
   AreaWalk walk(sw, dw, fraction_bits, true, true);
   for (int64_t o = 0; o < dw; ++o, walk.advance()) {
     S sum[C] = {};
-    S weight = 0, den = 0;
-    auto add = [&](const T *p, uint64_t w) {
-      den += static_cast<S>(w);
-      if (weigh) {
-        const S cw = static_cast<S>(((static_cast<uint64_t>(p[3]) + 1) * w) >> 8);
-        for (int ch = 0; ch < 3; ++ch) sum[ch] += static_cast<S>(p[ch]) * cw;
-        weight += cw;
-        sum[3] += static_cast<S>(p[3]) * static_cast<S>(w);
-      } else {
-        for (int ch = 0; ch < C; ++ch) sum[ch] += static_cast<S>(p[ch]) * static_cast<S>(w);
-      }
-    };
-    add(src + walk.first_pixel() * C, walk.wl);
-    for (int64_t p = walk.first + 1; p < walk.end; ++p) add(src + p * C, walk.F);
-    if (walk.has_right()) add(src + walk.end * C, walk.wr);
-    for (int ch = 0; ch < C; ++ch) {
-      if (weigh && ch < 3) {
-        dst[o * C + ch] = weight != 0 ? Elem<T>::clamp(sum[ch] / weight) : T(0);
-      } else {
-        dst[o * C + ch] = Elem<T>::clamp(sum[ch] / den);
-      }
+    S weight = 0;
+    S den = static_cast<S>(walk.wl);
+    add_pixel<T, C>(sum, weight, src + walk.first_pixel() * C, walk.wl, weigh, 8);
+    for (int64_t p = walk.first + 1; p < walk.end; ++p) {
+      add_pixel<T, C>(sum, weight, src + p * C, walk.F, weigh, 8);
+      den += static_cast<S>(walk.F);
     }
+    if (walk.has_right()) {
+      add_pixel<T, C>(sum, weight, src + walk.end * C, walk.wr, weigh, 8);
+      den += static_cast<S>(walk.wr);
+    }
+    put_pixel<T, C>(dst + o * C, sum, weight, weigh, [den](S v) { return v / den; });
   }
 }
 

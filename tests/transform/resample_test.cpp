@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <random>
 #include <vector>
 
 #include "internal/fault.h"
 #include "internal/simd.h"
+#include "transform/resample_rows.h"
 #include "transform/resize_support.h"
 
 namespace {
@@ -249,6 +251,25 @@ TEST(Resample, ProgressCountsDestinationRowsAndCanStop) {
   EXPECT_EQ(Rv_BicubicResampleBitmap(b.get(), 9, 4, 0), ERROR_USER_ABORT);
   EXPECT_TRUE(before.same(b.get()));
   Rv_SetStatusCallBack(old_cb, old_user, nullptr, nullptr);
+}
+
+TEST(Resample, ReciprocalDivisionOfByteSumsIsExact) {
+  // The quotient changes at each multiple of the divisor: both sides of every
+  // one, for small divisors and for divisors up to the largest served.
+  std::vector<uint32_t> divisors = {1, 2, 3, 4095, 4096, 4097, 6144, 9557, 2389, rv::resample::Divider::kMaxDivisor - 1};
+  std::mt19937 gen(7);
+  for (int i = 0; i < 200; ++i) divisors.push_back(1 + gen() % (rv::resample::Divider::kMaxDivisor - 1));
+  for (uint32_t d : divisors) {
+    const rv::resample::Divider divide(d);
+    for (uint64_t k = 0; k <= 255; ++k) {
+      const uint64_t x = k * d;
+      ASSERT_EQ(divide(x), k) << d;
+      ASSERT_EQ(divide(x + d - 1), k) << d;
+      if (x > 0) {
+        ASSERT_EQ(divide(x - 1), k - 1) << d;
+      }
+    }
+  }
 }
 
 // The vector forms against the plain ones, over random pictures of every
