@@ -2,6 +2,7 @@
 #pragma once
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace rvbench {
 
@@ -22,6 +23,14 @@ inline void picture_row24(uint8_t *row, int y) {
     row[3 * x + 1] = clamp((y * 255) / kHeight + jitter);
     row[3 * x + 2] = clamp(((x + y) * 255) / (kWidth + kHeight) + (x / 37 % 7) * 4 + jitter);
   }
+}
+
+// The whole picture of picture_row24, rows of 3 x kWidth bytes one after
+// the other.
+inline std::vector<uint8_t> picture24() {
+  std::vector<uint8_t> rows(kPictureBytes);
+  for (int y = 0; y < kHeight; ++y) picture_row24(rows.data() + size_t{3} * kWidth * static_cast<size_t>(y), y);
+  return rows;
 }
 
 }  // namespace rvbench

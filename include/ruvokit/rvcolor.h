@@ -3,6 +3,7 @@
 #define RUVOKIT_RVCOLOR_H
 
 #include "rvtypes.h"
+#include "rvbitmap.h"
 #include "rvstatus.h"
 
 /* --- buffer conversion ---------------------------------------------------------- */
@@ -15,8 +16,12 @@
 #define CONVERT_SIGNED 0x100u     /* 16-bit gray words are signed */
 
 /* A colour match tree over a palette: an exact colour-to-index lookup that
- * conversion consults before searching the palette. */
-typedef struct MATCHTREE MATCHTREE;
+ * conversion consults before searching the palette. A zeroed record is an
+ * empty tree; Rv_IntMatchTreeCreate gives it nodes and Rv_IntMatchTreeFree
+ * takes them back. */
+typedef struct MATCHTREE {
+  void *pRoot;
+} MATCHTREE;
 
 /* --- palettes ------------------------------------------------------------------------ */
 /* A palette object: a handle closed with Rv_WinDeleteObject. */
@@ -44,6 +49,25 @@ typedef struct LOGPALETTE {
 #define GRAY_RAMP 1          /* a ramp rising from black */
 #define GRAY_RAMP_INVERTED 2 /* a falling ramp */
 #define GRAY_OTHER 3         /* gray, but no such ramp */
+
+/* A colour match table (a nearest-colour cache) has RV_MATCH_TABLE_ENTRIES
+ * words: the word at RV_MATCH_TABLE_KEY(r, g, b), the top five bits of each
+ * channel, holds 1 + a palette index, or 0 while unknown. */
+#define RV_MATCH_TABLE_ENTRIES 32768
+#define RV_MATCH_TABLE_KEY(r, g, b) \
+  ((((uint32_t)(uint8_t)(r) >> 3) << 10) | (((uint32_t)(uint8_t)(g) >> 3) << 5) | \
+   ((uint32_t)(uint8_t)(b) >> 3))
+
+/* Dithering methods (BITMAPRECORD.nDitheringMethod). */
+#define NO_DITHERING 0
+#define FLOYD_STEIN_DITHERING 1
+#define STUCKI_DITHERING 2
+#define BURKES_DITHERING 3
+#define SIERRA_DITHERING 4
+#define STEVENSON_ARCE_DITHERING 5
+#define JARVIS_DITHERING 6
+#define ORDERED_DITHERING 7
+#define CLUSTERED_DITHERING 8
 
 RV_BEGIN_DECLS
 
@@ -174,6 +198,75 @@ RV_API RGBQUAD16 *Rv_GetLUT16(const BITMAPRECORD *pBitmap, int32_t bForce) RV_NO
 RV_API int32_t Rv_Gray32To8(int32_t nCount, const uint32_t *pSrc, uint8_t *pDst, uint32_t uMask,
                             int32_t nShift, uint32_t uMinLow, uint32_t uMinHigh, uint32_t uMaxLow,
                             uint32_t uMaxHigh) RV_NOEXCEPT;
+
+/* --- match trees and match tables -------------------------------------------------- */
+/* Builds the tree over nColors (1 to 256) entries, replacing what it held. A
+ * colour whose blue (or blue and green) no other entry shares finds that
+ * entry without its other channels being compared. */
+RV_API int32_t Rv_IntMatchTreeCreate(MATCHTREE *pTree, const RGBQUAD *pPalette,
+                                     int32_t nColors) RV_NOEXCEPT;
+/* The index the tree gives the colour, or -1. */
+RV_API int32_t Rv_IntMatchTreeFind(const MATCHTREE *pTree, int32_t nRed, int32_t nGreen,
+                                   int32_t nBlue) RV_NOEXCEPT;
+RV_API int32_t Rv_IntMatchTreeFree(MATCHTREE *pTree) RV_NOEXCEPT;
+
+/* A match table of the palette, every entry answered by Rv_FindPaletteIndex
+ * on the colour of its key; freed with Rv_FreeUserMatchTable. */
+RV_API uint32_t *Rv_CreateUserMatchTable(const RGBQUAD *pPalette, uint32_t uColors) RV_NOEXCEPT;
+RV_API int32_t Rv_FreeUserMatchTable(uint32_t *pTable) RV_NOEXCEPT;
+/* Installs the calling thread's match table, which colour resolution may use
+ * as its nearest-colour cache; returns the former one. The caller keeps
+ * ownership. */
+RV_API uint32_t *Rv_SetUserMatchTable(uint32_t *pTable) RV_NOEXCEPT;
+
+/* --- dithering ----------------------------------------------------------------------- */
+/* A dither run reduces the rows of pBitmap (the source: its width, depth,
+ * order, palette and tables describe the rows that will come) to packed
+ * indices of uColors colours, by the record's nDitheringMethod. Start it,
+ * give Rv_DitherLine every row from the top, then stop it; a run started
+ * again without a stop is lost. pPalette null stands for the fixed palette of
+ * the smallest depth that holds uColors. Palette entries whose reserved byte
+ * has bit 0 or 1 set are never chosen. pColorCache, when given, is a match
+ * table of RV_MATCH_TABLE_ENTRIES that stays the caller's and keeps what the
+ * run learns. nBitsPerPixel (1 to 8) is the depth of the indices written. */
+RV_API int32_t Rv_StartDitheringExt(BITMAPRECORD *pBitmap, const RGBQUAD *pPalette,
+                                    uint32_t uColors, int32_t nBitsPerPixel,
+                                    uint32_t *pColorCache) RV_NOEXCEPT;
+/* As the Ext form, writing indices at the smallest depth that holds uColors. */
+RV_API int32_t Rv_StartDithering(BITMAPRECORD *pBitmap, const RGBQUAD *pPalette,
+                                 uint32_t uColors) RV_NOEXCEPT;
+/* One row: pDstRow receives the packed indices; only their bits change. A
+ * wide-gamut source row is left brought out of that order. */
+RV_API int32_t Rv_DitherLine(BITMAPRECORD *pBitmap, void *pSrcRow, void *pDstRow) RV_NOEXCEPT;
+/* Ends the run; SUCCESS also when there is none. */
+RV_API int32_t Rv_StopDithering(BITMAPRECORD *pBitmap) RV_NOEXCEPT;
+
+/* --- colour counts --------------------------------------------------------------------- */
+/* Counts the distinct colours of the bitmap inside its region. With pPalette,
+ * *puCount says on entry how many entries it has room for, and they receive
+ * the colours in order of first appearance; past that room the count stops
+ * at room + 1. */
+RV_API int32_t Rv_GetBitmapColorCountExt(BITMAPRECORD *pBitmap, uint32_t *puCount,
+                                         RGBQUAD *pPalette) RV_NOEXCEPT;
+
+/* --- optimised palettes ---------------------------------------------------------------- */
+/* An optimised palette of at most *puColors colours for the bitmap. pPalette
+ * has room for the larger of *puColors and uMaxColors entries: when the
+ * bitmap's own colours, less those of pFixedColors, fit in *puColors (and
+ * its colours are no more than uMaxColors), they are the result, sorted, with
+ * *pbReduced 0 and *puColors their count. Otherwise the colours are
+ * quantised, *pbReduced is 1 and entries that no colour needed stay black.
+ * ppMatchTable (may be null) receives a match table of the result when a
+ * quantisation ran, else null; free it with Rv_FreeUserMatchTable. */
+RV_API int32_t Rv_CreateBitmapOptPal(BITMAPRECORD *pBitmap, RGBQUAD *pPalette, uint32_t *puColors,
+                                     uint32_t uMaxColors, const RGBQUAD *pFixedColors,
+                                     uint32_t uFixedColors, uint32_t **ppMatchTable,
+                                     int32_t *pbReduced, int32_t bFast) RV_NOEXCEPT;
+/* One optimised palette for every bitmap of the list (of more than one: the
+ * palettes merged when all are of 8 bits or less and their colours fit).
+ * pPalette has room for 256 entries and for *puColors. */
+RV_API int32_t Rv_CreateBitmapListOptPal(HBITMAPLIST hList, RGBQUAD *pPalette, uint32_t *puColors,
+                                         uint32_t **ppMatchTable, int32_t *pbReduced) RV_NOEXCEPT;
 
 RV_END_DECLS
 
