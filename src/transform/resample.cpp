@@ -109,17 +109,40 @@ color::ConvertArgs write_args(const BITMAPRECORD *src, const BITMAPRECORD *dst, 
   return a;
 }
 
-// The dither step of palette destinations other than an 8-bit gray ramp. The
-// dither run is the colour module's (Rv_StartDitheringExt on a 24-bit
-// blue-green-red scratch record of the destination's size with method 1 and
-// the destination's palette, colours and depth; Rv_DitherLine per row);
-// until it joins the library such a destination is refused before any row
-// is read.
+// The dither step of palette destinations other than an 8-bit gray ramp: a
+// run on a scratch record of the destination's size, 24-bit blue-green-red
+// (the work rows) with Floyd-Steinberg, into the destination's palette,
+// colours and depth.
 class PaletteDither {
  public:
-  int32_t start(BITMAPRECORD *) noexcept { return ERROR_FEATURE_NOT_SUPPORTED; }
-  int32_t line(const uint8_t *, uint8_t *) noexcept { return ERROR_FEATURE_NOT_SUPPORTED; }
-  void stop() noexcept {}
+  PaletteDither() = default;
+  PaletteDither(const PaletteDither &) = delete;
+  PaletteDither &operator=(const PaletteDither &) = delete;
+  ~PaletteDither() { stop(); }
+
+  int32_t start(const BITMAPRECORD *dst) noexcept {
+    int32_t status = Rv_InitBitmapWithCallbacks(&scratch_, RV_BITMAPRECORD_SIZE, dst->nWidth, dst->nHeight, 24,
+                                                 nullptr);
+    if (status != SUCCESS) return status;
+    scratch_.nOrder = ORDER_BGR;
+    scratch_.nDitheringMethod = FLOYD_STEIN_DITHERING;
+    status = Rv_StartDitheringExt(&scratch_, dst->pPalette, static_cast<uint32_t>(dst->nColors), dst->nBitsPerPixel,
+                                  nullptr);
+    running_ = status == SUCCESS;
+    return status;
+  }
+  // The work row is blue-green-red, which the run reads without changing.
+  int32_t line(const uint8_t *work, uint8_t *out) noexcept {
+    return Rv_DitherLine(&scratch_, const_cast<uint8_t *>(work), out);
+  }
+  void stop() noexcept {
+    if (running_) Rv_StopDithering(&scratch_);
+    running_ = false;
+  }
+
+ private:
+  BITMAPRECORD scratch_{};
+  bool running_ = false;
 };
 
 // The heap blocks of one call, freed together.

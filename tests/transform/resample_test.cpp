@@ -189,6 +189,51 @@ TEST(Resample, EqualSizesConvertToTheDestinationFormat) {
   }
 }
 
+TEST(Resample, PaletteDestinationsAreDitheredFromBlueGreenRedRows) {
+  // At equal sizes the work rows are the source rows: the result is a
+  // Floyd-Steinberg run over them into the destination's palette and depth.
+  rvtest::Bitmap src, dst, scratch;
+  ASSERT_TRUE(rztest::make(src.get(), 9, 4, 24, ORDER_BGR));
+  ASSERT_TRUE(rztest::make(dst.get(), 9, 4, 4, 0));
+  rvtest::fill_random(src.get(), 21);
+  ASSERT_EQ(Rv_ResampleBitmapInt(src.get(), dst.get(), RV_BITMAPRECORD_SIZE, 0), SUCCESS);
+  ASSERT_EQ(Rv_InitBitmap(scratch.get(), RV_BITMAPRECORD_SIZE, 9, 4, 24), SUCCESS);
+  scratch->nDitheringMethod = FLOYD_STEIN_DITHERING;
+  ASSERT_EQ(Rv_StartDitheringExt(scratch.get(), nullptr, 16, 4, nullptr), SUCCESS);
+  for (int32_t y = 0; y < 4; ++y) {
+    auto row = rvtest::read_row(src.get(), y);
+    std::vector<uint8_t> expected(static_cast<size_t>(dst->nBytesPerLine), 0);
+    ASSERT_EQ(Rv_DitherLine(scratch.get(), row.data(), expected.data()), SUCCESS);
+    EXPECT_EQ(rvtest::read_row(dst.get(), y), expected) << y;
+  }
+  Rv_StopDithering(scratch.get());
+  // A palette the run refuses ends the call before any row.
+  dst->nColors = 0;
+  EXPECT_EQ(Rv_ResampleBitmapInt(src.get(), dst.get(), RV_BITMAPRECORD_SIZE, 0), ERROR_INVALID_PARAMETER);
+}
+
+TEST(Resample, GrayFieldsAndTablesOfGraySources) {
+  // A 16-bit gray field in bits 4 to 11 keeps its place through gray work.
+  rvtest::Bitmap src, dst, colour;
+  ASSERT_TRUE(rztest::make(src.get(), 3, 1, 16, ORDER_GRAY));
+  ASSERT_TRUE(rztest::make(dst.get(), 3, 1, 16, ORDER_GRAY));
+  src->nLowBit = dst->nLowBit = 4;
+  src->nHighBit = dst->nHighBit = 11;
+  rztest::put_values(src.get(), {{0xF123, 0x0FF0, 0x0AB7}});
+  ASSERT_EQ(Rv_ResampleBitmapInt(src.get(), dst.get(), RV_BITMAPRECORD_SIZE, 0), SUCCESS);
+  EXPECT_EQ(rztest::values(dst.get(), 0), (std::vector<uint32_t>{0x0120, 0x0FF0, 0x0AB0}));
+  // On the way to 24-bit work a gray source's table is applied.
+  std::vector<RGBQUAD> table(256);
+  for (int i = 0; i < 256; ++i) table[static_cast<size_t>(i)] = RGBQUAD{static_cast<uint8_t>(255 - i), 0, 0, 0};
+  src->pLUT = table.data();
+  src->uLUTLength = 256;
+  ASSERT_TRUE(rztest::make(colour.get(), 3, 1, 24, ORDER_BGR));
+  ASSERT_EQ(Rv_ResampleBitmapInt(src.get(), colour.get(), RV_BITMAPRECORD_SIZE, 0), SUCCESS);
+  EXPECT_EQ(rztest::values(colour.get(), 0), (std::vector<uint32_t>{255 - 0x12, 255 - 0xFF, 255 - 0xAB}));
+  src->pLUT = nullptr;
+  src->uLUTLength = 0;
+}
+
 TEST(Resample, CheckOrderAndFailuresLeaveTheBitmapAsItWas) {
   rvtest::Bitmap b, unallocated;
   ASSERT_TRUE(rztest::make(b.get(), 6, 5, 24, ORDER_BGR));
@@ -281,7 +326,8 @@ TEST(Resample, FastPathsGiveThePlainBytes) {
   };
   const Format formats[] = {{24, ORDER_BGR, 0},      {32, ORDER_BGR, 0}, {32, ORDER_BGR, SIZEFLAG_ALPHA_AWARE},
                             {48, ORDER_BGR, 0},      {64, ORDER_BGR, SIZEFLAG_ALPHA_AWARE},
-                            {16, ORDER_GRAY, 0},     {32, ORDER_GRAY, 0}, {16, ORDER_BGR565, 0}};
+                            {16, ORDER_GRAY, 0},     {32, ORDER_GRAY, 0}, {16, ORDER_BGR565, 0},
+                            {8, 0, 0},               {4, 0, 0}};
   const int32_t sizes[][2] = {{17, 13}, {34, 26}, {51, 39}, {85, 221}, {272, 208}, {25, 20},
                               {4, 3},   {8, 13},  {40, 7},  {1, 1}};
   using IntForm = int32_t (*)(BITMAPRECORD *, BITMAPRECORD *, uint32_t, uint32_t);

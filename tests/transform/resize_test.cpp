@@ -345,11 +345,12 @@ TEST(SizeBitmap, FailuresLeaveTheBitmapAsItWas) {
                         {1, SIZEFLAG_GRAY_RESULT},
                         {32, SIZEFLAG_ALPHA_AWARE | SIZEFLAG_LINEAR},
                         {24, SIZEFLAG_COARSE_WEIGHTS},
-                        {8, SIZEFLAG_CUBIC}};
+                        {8, SIZEFLAG_CUBIC},
+                        {4, SIZEFLAG_LINEAR}};
   for (const Case &c : cases) {
     for (int64_t n = 0;; ++n) {
       rvtest::Bitmap b;
-      ASSERT_TRUE(rztest::make(b.get(), 9, 7, c.bits, c.bits == 8 ? 0 : ORDER_BGR));
+      ASSERT_TRUE(rztest::make(b.get(), 9, 7, c.bits, c.bits <= 8 ? 0 : ORDER_BGR));
       if (c.bits == 8) Rv_CreateBitmapGrayPalette(b.get());
       rvtest::fill_random(b.get(), 11);
       const rztest::Snapshot before(b.get());
