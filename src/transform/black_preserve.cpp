@@ -140,13 +140,13 @@ int32_t resize_black_preserve(BITMAPRECORD *src, BITMAPRECORD *dst) noexcept {
     if (status == SUCCESS) status = progress.start();
     const Counter counter{counts, static_cast<uint32_t>(sw), static_cast<uint32_t>(dw), s, black};
     const bool src_up = src->nViewPerspective == VIEW_BOTTOM_LEFT, dst_up = dst->nViewPerspective == VIEW_BOTTOM_LEFT;
-    uint32_t row = 0, accum = 0;
+    RowPicker pick;
     int64_t last = -1;
     for (int32_t y = 0; y < dh && status == SUCCESS; ++y) {
-      const uint32_t current = std::min(row, static_cast<uint32_t>(sh - 1));
+      const uint32_t current = std::min(pick.row, static_cast<uint32_t>(sh - 1));
       if (static_cast<int64_t>(current) > last) {
         std::memset(counts, 0, sizeof(uint32_t) * static_cast<size_t>(dw));
-        const uint32_t block = std::max(s.ys, 1u) + (accum + s.yr >= static_cast<uint32_t>(dh) ? 1u : 0u);
+        const uint32_t block = std::max(s.ys, 1u) + (pick.accum + s.yr >= static_cast<uint32_t>(dh) ? 1u : 0u);
         for (uint32_t i = 0; i < block && status == SUCCESS; ++i) {
           const auto r = static_cast<int32_t>(std::min(current + i, static_cast<uint32_t>(sh - 1)));
           status = read_row(src, packed_in, src_up ? sh - 1 - r : r);
@@ -163,12 +163,7 @@ int32_t resize_black_preserve(BITMAPRECORD *src, BITMAPRECORD *dst) noexcept {
         Rv_ExpandRow(runs_out, packed_out, 0, static_cast<uint32_t>(dw));
         last = current;
       }
-      accum += s.yr;
-      row += s.ys;
-      if (accum >= static_cast<uint32_t>(dh)) {
-        ++row;
-        accum -= static_cast<uint32_t>(dh);
-      }
+      pick.next(s, dh);
       status = write_row(dst, packed_out, dst_up ? dh - 1 - y : y);
       if (status == SUCCESS) status = progress.row_done();
     }

@@ -132,58 +132,31 @@ void spline_rows_avx2(const float *bf, const float *cf, const float *db, const f
 
 // The forward sweep's coefficient depends only on how many pixels have gone
 // by since the coupling was last cut: -1 / (previous + 4) from 0 reaches its
-// fixed point in single precision after seven steps. The sweep then needs no
-// division, and gives the same floats as the chain of divisions.
-struct SweepTable {
+// fixed point in single precision after seven steps. Counting them gives the
+// same floats as the chain of divisions, without its latency.
+struct CountedCoefficient {
   static constexpr int kSteps = 7;
-  float d[kSteps + 1];
-  SweepTable() noexcept {
-    d[0] = 0.0f;
-    for (int k = 1; k <= kSteps; ++k) d[k] = -1.0f / (d[k - 1] + 4.0f);
+  struct Table {
+    float d[kSteps + 1];
+    Table() noexcept {
+      DividedCoefficient chain;
+      d[0] = 0.0f;
+      for (int k = 1; k <= kSteps; ++k) d[k] = chain.next();
+    }
+  };
+  int run = 0;
+  void cut() noexcept { run = 0; }
+  float next() noexcept {
+    static const Table table;
+    run = std::min(run + 1, kSteps);
+    return table.d[run];
   }
 };
 
 template <class T, int C>
 bool spline_derivatives(const T *y, int64_t n, float *D, float *U) noexcept {
-  if (!vectors() || n <= 2) return false;
-  static const SweepTable table;
-  static_assert(SweepTable::kSteps == 7);
-  std::fill(D, D + n * C, 0.0f);
-  int run[C];
-  float u_prev[C];
-  for (int ch = 0; ch < C; ++ch) {
-    run[ch] = 0;
-    u_prev[ch] = 0.0f;
-  }
-  for (int64_t p = 1; p < n - 1; ++p) {
-    for (int ch = 0; ch < C; ++ch) {
-      const int64_t i = p * C + ch;
-      const float d = static_cast<float>(static_cast<int64_t>(y[i + C]) - 2 * static_cast<int64_t>(y[i]) +
-                                         static_cast<int64_t>(y[i - C])) *
-                      6.0f;
-      const bool cut = d == 0.0f;
-      run[ch] = cut ? 0 : std::min(run[ch] + 1, SweepTable::kSteps);
-      const float q = table.d[run[ch]];
-      u_prev[ch] = cut ? 0.0f : (u_prev[ch] - d) * q;
-      D[i] = q;
-      U[i] = u_prev[ch];
-    }
-  }
-  float d_next[C];
-  for (int ch = 0; ch < C; ++ch) {
-    D[(n - 1) * C + ch] = 0.0f;
-    d_next[ch] = D[(n - 2) * C + ch] = U[(n - 2) * C + ch];
-  }
-  // The back substitution's range, as in the plain form: pixel n - 3 only in
-  // its first channel, pixel 1 but in its first.
-  for (int64_t p = n - 3; p >= 1; --p) {
-    for (int ch = 0; ch < C; ++ch) {
-      const int64_t i = p * C + ch;
-      float v = D[i];
-      if (i <= (n - 3) * C && i >= C + 1) v = d_next[ch] * v + U[i];
-      D[i] = d_next[ch] = v;
-    }
-  }
+  if (!vectors()) return false;
+  rv::resample::spline_derivatives<T, C, CountedCoefficient>(y, n, D, U);
   return true;
 }
 

@@ -272,32 +272,41 @@ struct SplineWeights {
   float at(float y0, float y1, float d0, float d1) const noexcept { return u * y0 + t * y1 + cu * d0 + ct * d1; }
 };
 
+// The forward sweep's coefficient of one channel: -1 / (previous + 4), the
+// previous being 0 after a cut.
+struct DividedCoefficient {
+  float d = 0.0f;
+  void cut() noexcept { d = 0.0f; }
+  float next() noexcept { return d = -1.0f / (d + 4.0f); }
+};
+
 // Second derivatives along a row of n pixels of C channels, in single
 // precision. A flat stretch (a second difference of 0) cuts the coupling of
 // its neighbours. The back substitution covers the elements from the first of
 // pixel n - 3 down to the second of pixel 1, as it always has: the other
 // channels of pixel n - 3 and the first element of pixel 1 keep the
 // coefficient of the forward sweep. Each channel's chain runs in registers.
-template <class T, int C>
+template <class T, int C, class Coefficient = DividedCoefficient>
 void spline_derivatives(const T *y, int64_t n, float *D, float *U) noexcept {
   std::fill(D, D + n * C, 0.0f);
   if (n <= 2) return;
-  float d_prev[C], u_prev[C];
-  for (int ch = 0; ch < C; ++ch) d_prev[ch] = u_prev[ch] = 0.0f;
+  Coefficient coefficient[C];
+  float u_prev[C] = {};
   for (int64_t p = 1; p < n - 1; ++p) {
     for (int ch = 0; ch < C; ++ch) {
       const int64_t i = p * C + ch;
       const float d = static_cast<float>(static_cast<int64_t>(y[i + C]) - 2 * static_cast<int64_t>(y[i]) +
                                          static_cast<int64_t>(y[i - C])) *
                       6.0f;
+      float q = 0.0f;
       if (d == 0.0f) {
-        d_prev[ch] = u_prev[ch] = 0.0f;
+        coefficient[ch].cut();
+        u_prev[ch] = 0.0f;
       } else {
-        const float q = -1.0f / (d_prev[ch] + 4.0f);
+        q = coefficient[ch].next();
         u_prev[ch] = (u_prev[ch] - d) * q;
-        d_prev[ch] = q;
       }
-      D[i] = d_prev[ch];
+      D[i] = q;
       U[i] = u_prev[ch];
     }
   }

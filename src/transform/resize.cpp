@@ -28,22 +28,17 @@ int32_t resize_nearest(BITMAPRECORD *src, BITMAPRECORD *dst) noexcept {
     rv::RowProgress progress(dh);
     if (status == SUCCESS) status = progress.start();
     const bool reversed = src->nViewPerspective != dst->nViewPerspective;
-    uint32_t row = 0, accum = 0;
+    rv::resize::RowPicker pick;
     int64_t last = -1;
     for (int32_t y = 0; y < dh && status == SUCCESS; ++y) {
-      if (static_cast<int64_t>(row) > last) {
-        status = rv::resize::read_row(src, in, static_cast<int32_t>(row));
+      if (static_cast<int64_t>(pick.row) > last) {
+        status = rv::resize::read_row(src, in, static_cast<int32_t>(pick.row));
         if (status != SUCCESS) break;
         Rv_GetResizedScanLine(src->nBitsPerPixel, dst->nBytesPerLine, 0, s.xs, 0, s.xr, in, out,
                               static_cast<uint32_t>(dw), static_cast<uint32_t>(dw), s.enlarge ? 1 : 0);
-        last = row;
+        last = pick.row;
       }
-      accum += s.yr;
-      row += s.ys;
-      if (accum >= static_cast<uint32_t>(dh)) {
-        ++row;
-        accum -= static_cast<uint32_t>(dh);
-      }
+      pick.next(s, dh);
       status = rv::resize::write_row(dst, out, reversed ? dh - 1 - y : y);
       if (status == SUCCESS) status = progress.row_done();
     }

@@ -52,6 +52,20 @@ inline PickSteps pick_steps(int32_t sw, int32_t sh, int32_t dw, int32_t dh) noex
   return s;
 }
 
+// The source row of each destination row of a picking loop: it moves by the
+// whole step, and by one more each time the rest carries over the height.
+struct RowPicker {
+  uint32_t row = 0, accum = 0;
+  void next(const PickSteps &s, int32_t dh) noexcept {
+    accum += s.yr;
+    row += s.ys;
+    if (accum >= static_cast<uint32_t>(dh)) {
+      ++row;
+      accum -= static_cast<uint32_t>(dh);
+    }
+  }
+};
+
 // Scales dst's region from a picture of `src_width` by `src_height` to dst's
 // own size: the record shows the old size for the length of the call.
 inline int32_t scale_region_from(BITMAPRECORD *dst, int32_t src_width, int32_t src_height) noexcept {

@@ -1,10 +1,11 @@
 // Builders of the resize tests: bitmaps whose pixels are given as numbers,
-// read back as numbers, and a snapshot that tells that a failed call left a
-// bitmap as it was.
+// read back as numbers, and a run of a call through every failure of
+// memory.
 #pragma once
 #include <cstring>
 #include <vector>
 
+#include "internal/fault.h"
 #include "support/bitmaps.h"
 
 namespace rztest {
@@ -57,20 +58,26 @@ inline std::vector<uint32_t> column(BITMAPRECORD *b, int32_t x) {
   return out;
 }
 
-// The record fields and every row, to tell that a failed call changed nothing.
-struct Snapshot {
-  BITMAPRECORD record;
-  std::vector<std::vector<uint8_t>> rows;
-  explicit Snapshot(BITMAPRECORD *b) : record(*b) {
-    for (int32_t y = 0; y < b->nHeight; ++y) rows.push_back(rvtest::read_row(b, y));
+// Runs `call` on a fresh bitmap from `make` with each allocation failing in
+// turn, until none does. A failure must be ERROR_NO_MEMORY and leave the
+// bitmap as it was; a helper on the way may get by without its memory (a
+// colour search falls back), and then the call succeeds. Returns the status
+// of the run in which nothing failed.
+template <class Make, class Call>
+int32_t run_with_failures(const Make &make, const Call &call) {
+  for (int64_t n = 0;; ++n) {
+    rvtest::Bitmap b;
+    make(b.get());
+    const rvtest::Snapshot before(b.get());
+    rv::fault::fail_after(n);
+    const int32_t status = call(b.get());
+    const bool fired = rv::fault::fired();
+    rv::fault::fail_after(-1);
+    if (!fired) return status;
+    if (status == SUCCESS) continue;
+    EXPECT_EQ(status, ERROR_NO_MEMORY) << "failure " << n;
+    EXPECT_TRUE(before.same(b.get())) << "failure " << n;
   }
-  bool same(BITMAPRECORD *b) const {
-    if (std::memcmp(&record, b, sizeof record) != 0) return false;
-    for (int32_t y = 0; y < b->nHeight; ++y) {
-      if (rvtest::read_row(b, y) != rows[static_cast<size_t>(y)]) return false;
-    }
-    return true;
-  }
-};
+}
 
 }  // namespace rztest
