@@ -1,7 +1,6 @@
 // The row kernels of resizing: samples picked, never blended, from a source
 // row into a destination row by a whole step and a Bresenham fraction, and
 // the settling of a zero target dimension from the aspect ratio.
-#include <cmath>
 #include <cstring>
 
 #include "internal/pixels.h"
@@ -22,8 +21,11 @@ struct Sample {
     } else if constexpr (Bits == 12) {
       rv::px::put12(dst, to, rv::px::get12(src, from));
     } else {
+      // Read whole before written, as in one buffer the two may overlap.
       constexpr size_t kBytes = Bits / 8;
-      std::memmove(dst + to * kBytes, src + from * kBytes, kBytes);
+      uint8_t sample[kBytes];
+      std::memcpy(sample, src + from * kBytes, kBytes);
+      std::memcpy(dst + to * kBytes, sample, kBytes);
     }
   }
 };
