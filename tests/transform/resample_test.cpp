@@ -73,6 +73,9 @@ TEST(Resample, SplineValuesInSinglePrecision) {
   // then 0.49999 added in double and truncated.
   const Case rows[] = {
       {"2 to 4", Rv_BicubicResampleBitmapInt, {0, 100}, 4, 24, {0, 0, 50, 100}},
+      // The copies after the first output are trunc(0.5 / ratio) taken in
+      // single precision: 0.5 / 0.16666667f is 3 (in double it would be 2).
+      {"2 to 12", Rv_BicubicResampleBitmapInt, {0, 120}, 12, 24, {0, 0, 0, 0, 20, 40, 60, 80, 100, 120, 120, 120}},
       {"3 to 6", Rv_BicubicResampleBitmapInt, {0, 100, 0}, 6, 24, {0, 0, 69, 100, 69, 0}},
       {"5 to 13", Rv_BicubicResampleBitmapInt, {10, 200, 30, 220, 40}, 13, 16,
        {10, 10, 83, 156, 151, 49, 22, 69, 166, 224, 187, 87, 40}},

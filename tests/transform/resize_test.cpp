@@ -301,6 +301,13 @@ TEST(SizeBitmap, FlagsFallBackWhereTheyDontApply) {
   EXPECT_EQ(Rv_IntIsGrayScaleBitmap(gray.get(), 0), GRAY_RAMP);
   EXPECT_EQ(rvtest::read_row(gray.get(), 0)[0], 255 * 3 / 4);
   EXPECT_EQ(rvtest::read_row(gray.get(), 0)[1], 255);
+  // Both on a gray page: black preservation takes the 8-bit result, which it
+  // can't write; the page stays as it was.
+  rvtest::Bitmap both;
+  make_page(both.get(), 4, 2, 1);
+  const rvtest::Snapshot before(both.get());
+  EXPECT_EQ(Rv_SizeBitmap(both.get(), 2, 1, SIZEFLAG_GRAY_RESULT | SIZEFLAG_BLACK_PRESERVE), ERROR_INVALID_BITS_PER_PIXEL);
+  EXPECT_TRUE(before.same(both.get()));
   // The spline only where a dimension grows.
   for (BITMAPRECORD *b : {cubic.get(), linear.get()}) {
     ASSERT_TRUE(rztest::make(b, 13, 11, 24, ORDER_BGR));
