@@ -1,6 +1,9 @@
-// Vector forms of the resample stages. Each gives exactly the elements of the
-// plain stage it stands in for, and answers false (leaving the work to the
-// plain stage) when it doesn't apply or the vector level is plain.
+// Fast forms of the resample stages: vector code, 32-bit sums with division by
+// reciprocals, and the spline sweep without its divisions. Each gives exactly
+// the elements of the plain stage it stands in for, and answers false
+// (leaving the work to the plain stage) when it doesn't apply or the vector
+// level is plain; the level switches off the forms that aren't vector code
+// too, so that a test at the plain level sees the plain stages alone.
 #pragma once
 #include <algorithm>
 #include <cstdint>
