@@ -75,6 +75,11 @@ int32_t run_rotate(BITMAPRECORD *picture, const Step &step) {
   return Rv_RotateBitmap(picture, angle, step.flags(), fill);
 }
 
+int32_t run_resize(BITMAPRECORD *picture, const Step &step) {
+  const auto [width, height] = pair_of(step.arg, 'x');
+  return Rv_SizeBitmap(picture, width, height, step.flags());
+}
+
 int32_t run_flip(BITMAPRECORD *picture, const Step &) { return Rv_FlipBitmap(picture); }
 int32_t run_reverse(BITMAPRECORD *picture, const Step &) { return Rv_ReverseBitmap(picture); }
 
@@ -103,7 +108,7 @@ constexpr Choice kInterpolation[] = {{"nearest", 0}, {"linear", 0x2}, {"cubic", 
 const Operation kOperations[] = {
     {"--bits", "N", 1, is_depth, nullptr, "Rv_ColorResBitmap",
      "colour resolution to N bits per pixel (1-8, 12, 16, 24, 32, 48, 64)"},
-    {"--resize", "WxH", 1, is_size, nullptr, "Rv_SizeBitmap", "resize to W x H pixels"},
+    {"--resize", "WxH", 1, is_size, run_resize, "Rv_SizeBitmap", "resize to W x H pixels"},
     {"--rotate", "DEGREES", 1, is_angle, run_rotate, "Rv_RotateBitmap",
      "rotate clockwise by DEGREES (hundredths count)"},
     {"--flip", "", 0, nullptr, run_flip, "Rv_FlipBitmap", "turn the picture upside down"},
