@@ -236,4 +236,32 @@ RV_API int32_t Rv_MoveBitmapListItems(HBITMAPLIST *phNew, HBITMAPLIST hList, uin
 
 RV_END_DECLS
 
+/* === Compressed rows: the run-length exchange format of 1-bit rows ======================== */
+/* A compressed row is a little-endian 32-bit count of words followed by that
+ * many 16-bit run lengths. Runs alternate between 0 and 1 bits, the first
+ * being a run of 0 bits (of length 0 when the row starts with a 1). A run
+ * longer than 65535 is written as 65535, an empty run of the other value,
+ * and the rest. Rows in a buffer follow one another. Packed rows are taken
+ * from the high bit of each byte. */
+
+RV_BEGIN_DECLS
+
+/* Compresses uBits bits of pRow into pCompressed, skipping the first
+ * (uBitOffset & 7) bits of the first byte. Returns uBits. */
+RV_API int32_t Rv_CompressRow(void *pCompressed, uint8_t *pRow, uint32_t uBitOffset,
+                              uint32_t uBits) RV_NOEXCEPT;
+/* uRows rows of uWidth bits from padded rows (((uWidth + 31) >> 3) & ~3 bytes
+ * each), written one behind the other. */
+RV_API int32_t Rv_CompressRows(void *pCompressed, const uint8_t *pRows, uint32_t uWidth,
+                               uint32_t uRows) RV_NOEXCEPT;
+/* Writes uBits bits of a compressed row, from bit uStartBit of the row on, to
+ * the start of pRow; the (uBits + 7) / 8 bytes are cleared first. */
+RV_API int32_t Rv_ExpandRow(const void *pCompressed, uint8_t *pRow, uint32_t uStartBit,
+                            uint32_t uBits) RV_NOEXCEPT;
+/* The reverse of Rv_CompressRows. */
+RV_API int32_t Rv_ExpandRows(const void *pCompressed, uint8_t *pRows, uint32_t uWidth,
+                             uint32_t uRows) RV_NOEXCEPT;
+
+RV_END_DECLS
+
 #endif /* RUVOKIT_RVBITMAP_H */

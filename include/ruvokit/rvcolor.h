@@ -332,4 +332,123 @@ RV_API int32_t Rv_IntGetMinMaxValGray(BITMAPRECORD *pBitmap, int64_t *pnMin,
 
 RV_END_DECLS
 
+/* ==== device-independent bitmaps ================================================== */
+/* A packed device-independent bitmap (DIB) is a header, a colour table and the
+ * pixels, rows padded to 4 bytes ((width x bits + 31) >> 3 & ~3 bytes), bottom-up
+ * for a positive height and top-down for a negative one. The records below are
+ * exchange formats: their bytes are the same on every build. */
+typedef struct BITMAPINFOHEADER {
+  uint32_t biSize; /* 40; longer headers are read as this one */
+  int32_t biWidth;
+  int32_t biHeight;
+  uint16_t biPlanes;
+  uint16_t biBitCount;
+  uint32_t biCompression; /* BI_RGB, BI_BITFIELDS or a four-character code */
+  uint32_t biSizeImage;
+  int32_t biXPelsPerMeter;
+  int32_t biYPelsPerMeter;
+  uint32_t biClrUsed;
+  uint32_t biClrImportant;
+} BITMAPINFOHEADER;
+
+/* The older header of 12 bytes; its colour entries are RGBTRIPLEs. */
+typedef struct BITMAPCOREHEADER {
+  uint32_t bcSize; /* 12 */
+  uint16_t bcWidth;
+  uint16_t bcHeight;
+  uint16_t bcPlanes;
+  uint16_t bcBitCount;
+} BITMAPCOREHEADER;
+
+typedef struct RGBTRIPLE {
+  uint8_t rgbtBlue;
+  uint8_t rgbtGreen;
+  uint8_t rgbtRed;
+} RGBTRIPLE;
+
+#define BI_RGB 0u
+#define BI_BITFIELDS 3u /* 16 and 32 bits: three masks (red, green, blue) follow a 40-byte header */
+/* Four-character compression codes, first character in the low byte. */
+#define RV_FOURCC(a, b, c, d) \
+  ((uint32_t)(uint8_t)(a) | ((uint32_t)(uint8_t)(b) << 8) | ((uint32_t)(uint8_t)(c) << 16) | \
+   ((uint32_t)(uint8_t)(d) << 24))
+/* Allocation flags of the memory handles the DIB calls make: movable, zeroed. */
+#define RV_DIB_HANDLE_FLAGS 0x42u
+
+RV_BEGIN_DECLS
+
+/* --- alpha values ------------------------------------------------------------------- */
+/* One alpha value for every pixel of a 32- or 64-bit bitmap inside its region
+ * (the low byte, or at 64 bits the low 16 bits, of uAlpha). Reports progress by
+ * rows. Unallocated ERROR_INVALID_PARAMETER, another depth
+ * ERROR_INVALID_BITS_PER_PIXEL. */
+RV_API int32_t Rv_SetBitmapAlphaValues(BITMAPRECORD *pBitmap, uint32_t uAlpha) RV_NOEXCEPT;
+/* The same for uRowBytes bytes of a row; other depths are left alone. */
+RV_API int32_t Rv_SetRowAlphaValues(int32_t nBitsPerPixel, void *pRow, uint32_t uRowBytes,
+                                    uint32_t uAlpha) RV_NOEXCEPT;
+
+/* --- bitmaps to DIBs ----------------------------------------------------------------- */
+/* The depth a DIB takes: 1, 4 and 8 bits stay, 2 and 3 become 4, 5 to 7 become 8;
+ * 12- and 16-bit gray become 24, 16-bit colour stays (5-6-5 with its three masks
+ * as BI_BITFIELDS), 48 becomes 24, 64 becomes 32; deeper pixels are blue-green-red.
+ * The rows are written bottom-up. The bitmap stays as it was. NULL for a NULL or
+ * unallocated bitmap, a bad size, an image of more than 4 GiB, or no memory. */
+/* The DIB in a movable memory block (Rv_OsLockHandle, Rv_OsFreeHandle). */
+RV_API RVHANDLE Rv_ConvertToDIB(BITMAPRECORD *pBitmap, uint32_t uStructSize) RV_NOEXCEPT;
+/* The DIB from Rv_LocalAlloc (free it with Rv_LocalFree); *puSize gets its bytes. */
+RV_API void *Rv_ConvertToDIBPTR(BITMAPRECORD *pBitmap, uint32_t uStructSize,
+                                uint32_t *puSize) RV_NOEXCEPT;
+/* Either: a handle with bHandle, else a pointer. *puSize, if given, gets the bytes. */
+RV_API void *Rv_ConvertToDIB2(BITMAPRECORD *pBitmap, uint32_t uStructSize, uint32_t *puSize,
+                              int32_t bHandle) RV_NOEXCEPT;
+/* The bitmap's data becomes the DIB: the record gives up its data (it is left
+ * freed, as by Rv_FreeBitmap) and the handle is returned. NULL, with the bitmap
+ * as it was, for an unallocated or locked bitmap or on failure. */
+RV_API RVHANDLE Rv_ChangeToDIB(BITMAPRECORD *pBitmap, uint32_t uStructSize) RV_NOEXCEPT;
+
+/* --- DIBs to bitmaps ------------------------------------------------------------------ */
+/* Reads a DIB into a new bitmap: pHeader is the header followed by its colour
+ * table (or masks), pBits the pixels. A NULL pBits only sets up the record's
+ * fields (size, depth, colours, order, view, resolution) without data or palette.
+ * Compression BI_RGB; BI_BITFIELDS at 16 and 32 bits; the YUV frame codes
+ * "YVU9", "IF09", "I420", "IYUV", "YV12", "YUY2", "UYVY", "cyuv", "YVYU", "Y41P",
+ * "Y41T", "Y42T" and "Y211", read to 24 bits. Nothing is read beyond what the
+ * header claims: its colour count, its dimensions, and for YUV frames a non-zero
+ * biSizeImage. A 32-bit picture whose alpha is 0 everywhere comes back opaque.
+ * Status: NULL record or header ERROR_INVALID_PARAMETER, a bad size
+ * ERROR_INVALID_STRUCT_SIZE, an empty picture ERROR_INVALID_PARAMETER, a header
+ * that contradicts itself ERROR_DIB_INVALID, an unsupported form
+ * ERROR_FEATURE_NOT_SUPPORTED, a compressed frame ERROR_LIBRARY_MISSING_356, a
+ * YUV frame of the wrong size ERROR_SIZE_YUV_BUFFER_INCORRECT. On failure the
+ * record is left freed. */
+RV_API int32_t Rv_ConvertFromDIB(BITMAPRECORD *pBitmap, uint32_t uStructSize, const void *pHeader,
+                                 const void *pBits) RV_NOEXCEPT;
+/* The same with the bytes that can be read at each pointer: a header, table or
+ * pixel data that claims more than that is ERROR_DIB_INVALID (a YUV frame
+ * ERROR_SIZE_YUV_BUFFER_INCORRECT). The form for data from outside, such as a
+ * file. */
+RV_API int32_t Rv_ConvertFromDIBExt(BITMAPRECORD *pBitmap, uint32_t uStructSize,
+                                    const void *pHeader, uint64_t uHeaderBytes, const void *pBits,
+                                    uint64_t uBitsBytes) RV_NOEXCEPT;
+/* A packed DIB: the pixels follow the header and its colour table (3-byte entries
+ * after a 12-byte header, 4 otherwise; three masks after a 40-byte BI_BITFIELDS
+ * header). NULL ERROR_INVALID_IMAGE, an unreadable header ERROR_DIB_INVALID. */
+RV_API int32_t Rv_DIBPTRToRuvo(BITMAPRECORD *pBitmap, uint32_t uStructSize,
+                               const void *pDIB) RV_NOEXCEPT;
+/* A bitmap from a packed DIB in a memory handle, which the record takes over: the
+ * pixels are moved to the start of the block and stay there (BITMAPFLAG_GLOBAL_MEMORY).
+ * BI_BITFIELDS masks other than 5-5-5, 5-6-5 and 8-8-8 are converted into storage
+ * of the library's own, and the handle is then freed. A handle that isn't a live
+ * memory block ERROR_INVALID_PARAMETER; a block shorter than its header says
+ * ERROR_DIB_INVALID. On failure the handle stays the caller's, as it was. */
+RV_API int32_t Rv_ChangeFromDIB(BITMAPRECORD *pBitmap, uint32_t uStructSize,
+                                RVHANDLE hDIB) RV_NOEXCEPT;
+/* A bitmap that lies over the handle's pixels where they are
+ * (BITMAPFLAG_USER_DATA): the handle stays the caller's and must outlive the
+ * bitmap. BI_BITFIELDS DIBs are read into storage of their own instead. */
+RV_API int32_t Rv_MirrorFromDIB(BITMAPRECORD *pBitmap, uint32_t uStructSize,
+                                RVHANDLE hDIB) RV_NOEXCEPT;
+
+RV_END_DECLS
+
 #endif /* RUVOKIT_RVCOLOR_H */

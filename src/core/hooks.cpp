@@ -123,3 +123,29 @@ bool change_compression(BITMAPRECORD *bitmap, int32_t mode, int32_t *status) noe
 }
 
 }  // namespace rv::hooks
+
+// --- what resizing reaches ----------------------------------------------------------------
+namespace rv::hooks {
+
+namespace {
+std::atomic<const ResizeSteps *> g_resize_steps{nullptr};
+}  // namespace
+
+void set_resize_steps(const ResizeSteps *table) noexcept { g_resize_steps.store(table); }
+
+int32_t scale_region(BITMAPRECORD *bitmap, int32_t width, int32_t height) noexcept {
+  if (bitmap->pRgnInfo == nullptr) return SUCCESS;
+  const ResizeSteps *steps = g_resize_steps.load();
+  return steps != nullptr && steps->scale_region != nullptr ? steps->scale_region(bitmap, width, height)
+                                                            : SUCCESS;
+}
+
+int32_t resize_overlays(RVHANDLE overlays, BITMAPRECORD *src, BITMAPRECORD *dst, uint32_t flags) noexcept {
+  if (overlays == nullptr) return SUCCESS;
+  const ResizeSteps *steps = g_resize_steps.load();
+  return steps != nullptr && steps->resize_overlays != nullptr
+             ? steps->resize_overlays(overlays, src, dst, flags)
+             : SUCCESS;
+}
+
+}  // namespace rv::hooks

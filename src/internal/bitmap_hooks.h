@@ -91,3 +91,30 @@ bool rotate90_runs(BITMAPRECORD *source, BITMAPRECORD *result, bool clockwise, i
 bool change_compression(BITMAPRECORD *bitmap, int32_t mode, int32_t *status) noexcept;
 
 }  // namespace rv::hooks
+
+// --- what resizing reaches: the region and the overlays -----------------------------
+// A resized bitmap takes its region and overlays along: the region is scaled
+// to the new size (the region module's Rv_SizeBitmapRgn) and each overlay
+// marked for it is resized with the bitmap (the overlay module's
+// Rv_IntResizeOverlays). Those modules install this table; until they do, no
+// record has either and both calls succeed at once.
+namespace rv::hooks {
+
+struct ResizeSteps {
+  // Scales the bitmap's region from its present nWidth by nHeight to `width`
+  // by `height`. Called only for a bitmap that has a region.
+  int32_t (*scale_region)(BITMAPRECORD *bitmap, int32_t width, int32_t height);
+  // Resizes the overlays of `overlays` by the ratio of dst's size to src's,
+  // with the resize flags `flags`; the first failure ends the walk.
+  int32_t (*resize_overlays)(RVHANDLE overlays, BITMAPRECORD *src, BITMAPRECORD *dst, uint32_t flags);
+};
+
+// The table stays the installer's; null uninstalls.
+void set_resize_steps(const ResizeSteps *table) noexcept;
+
+// SUCCESS when the bitmap has no region (or the table no entry).
+int32_t scale_region(BITMAPRECORD *bitmap, int32_t width, int32_t height) noexcept;
+// SUCCESS when `overlays` is null (or the table has no entry).
+int32_t resize_overlays(RVHANDLE overlays, BITMAPRECORD *src, BITMAPRECORD *dst, uint32_t flags) noexcept;
+
+}  // namespace rv::hooks

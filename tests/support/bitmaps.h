@@ -2,6 +2,7 @@
 // seeded pixel patterns, and a record that frees itself.
 #pragma once
 #include <cstdint>
+#include <cstring>
 #include <random>
 #include <vector>
 
@@ -49,5 +50,21 @@ inline std::vector<uint8_t> read_row(BITMAPRECORD *b, int32_t y) {
   Rv_GetBitmapRow(b, v.data(), y, static_cast<uint32_t>(v.size()));
   return v;
 }
+
+// The record fields and every row, to tell that a failed call changed nothing.
+struct Snapshot {
+  BITMAPRECORD record;
+  std::vector<std::vector<uint8_t>> rows;
+  explicit Snapshot(BITMAPRECORD *b) : record(*b) {
+    for (int32_t y = 0; y < b->nHeight; ++y) rows.push_back(read_row(b, y));
+  }
+  bool same(BITMAPRECORD *b) const {
+    if (std::memcmp(&record, b, sizeof record) != 0) return false;
+    for (int32_t y = 0; y < b->nHeight; ++y) {
+      if (read_row(b, y) != rows[static_cast<size_t>(y)]) return false;
+    }
+    return true;
+  }
+};
 
 }  // namespace rvtest

@@ -1,0 +1,24 @@
+// Steps of the DIB calls that other parts of the library take: the module
+// loader for compressed frames, colour resolution for palette depths, and the
+// view perspective change. Each is here once, so that it is wired in one place;
+// one whose part is not in the library yet says so, and its callers either fall
+// back to what they can do themselves or give the status.
+#include "color/dib.h"
+#include "ruvokit/rvtransform.h"
+
+namespace rv::dib {
+
+int32_t load_compressed_frame(BITMAPRECORD *, uint32_t, const Description &, const uint8_t *,
+                              uint64_t) noexcept {
+  return ERROR_LIBRARY_MISSING_356;
+}
+
+int32_t resolve_to_palette(BITMAPRECORD *, BITMAPRECORD *, int32_t) noexcept {
+  return ERROR_FEATURE_NOT_SUPPORTED;
+}
+
+int32_t change_to_dib_view(BITMAPRECORD *dst, BITMAPRECORD *src) noexcept {
+  return Rv_ChangeBitmapViewPerspective(dst, src, RV_BITMAPRECORD_SIZE, VIEW_BOTTOM_LEFT);
+}
+
+}  // namespace rv::dib
