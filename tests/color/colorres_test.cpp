@@ -299,6 +299,23 @@ TEST(ColorRes, FailuresAndRowRoads) {
   }
 }
 
+// Every depth to every depth, beside and in place, with and without a
+// dither run.
+TEST(ColorRes, EveryDepthToEveryDepth) {
+  for (int32_t from : rvtest::kAllDepths) {
+    for (int32_t to : rvtest::kAllDepths) {
+      for (uint32_t flags : {0u, COLORRES_DITHERING(FLOYD_STEIN_DITHERING)}) {
+        rvtest::Bitmap src, dst;
+        ASSERT_TRUE(rvtest::make(src.get(), 7, 3, from));
+        rvtest::fill_random(src.get(), 1);
+        EXPECT_EQ(resolve(src.get(), dst.get(), to, flags), SUCCESS) << from << " to " << to;
+        EXPECT_EQ(resolve(src.get(), src.get(), to, flags), SUCCESS) << from << " to " << to;
+        EXPECT_EQ(rvtest::grid_of(src.get()), rvtest::grid_of(dst.get())) << from << " to " << to;
+      }
+    }
+  }
+}
+
 // The checks, in order: a missing or unallocated source, the sizes, the
 // arguments; a count of 0 beside a palette; a method past the last.
 TEST(ColorRes, BadInput) {
