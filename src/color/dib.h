@@ -151,9 +151,7 @@ int32_t load_compressed_frame(BITMAPRECORD *bitmap, uint32_t struct_size,
                               uint64_t frame_bytes) noexcept;
 
 // Colour resolution of `src` to a palette depth with an optimised palette, into
-// the new bitmap `dst`. ERROR_FEATURE_NOT_SUPPORTED while colour resolution is
-// not part of the library: the writer then converts rows plainly, keeping the
-// source's own colours, which a palette of the new depth always has room for.
+// the new bitmap `dst`.
 int32_t resolve_to_palette(BITMAPRECORD *src, BITMAPRECORD *dst, int32_t bits) noexcept;
 
 // Brings a bitmap of a view that a DIB can't hold (2, 3, 5 to 8) to view 4,

@@ -1,9 +1,9 @@
 // Steps of the DIB calls that other parts of the library take: the module
 // loader for compressed frames, colour resolution for palette depths, and the
 // view perspective change. Each is here once, so that it is wired in one place;
-// one whose part is not in the library yet says so, and its callers either fall
-// back to what they can do themselves or give the status.
+// one whose part is not in the library yet (the module loader) says so.
 #include "color/dib.h"
+#include "ruvokit/rvcolor.h"
 #include "ruvokit/rvtransform.h"
 
 namespace rv::dib {
@@ -13,8 +13,9 @@ int32_t load_compressed_frame(BITMAPRECORD *, uint32_t, const Description &, con
   return ERROR_LIBRARY_MISSING_356;
 }
 
-int32_t resolve_to_palette(BITMAPRECORD *, BITMAPRECORD *, int32_t) noexcept {
-  return ERROR_FEATURE_NOT_SUPPORTED;
+int32_t resolve_to_palette(BITMAPRECORD *src, BITMAPRECORD *dst, int32_t bits) noexcept {
+  return Rv_ColorResBitmap(src, dst, RV_BITMAPRECORD_SIZE, bits, COLORRES_OPTIMIZED_PALETTE, nullptr, nullptr, 0,
+                           nullptr, nullptr);
 }
 
 int32_t change_to_dib_view(BITMAPRECORD *dst, BITMAPRECORD *src) noexcept {

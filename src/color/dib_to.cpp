@@ -191,13 +191,9 @@ void *convert_to_dib(BITMAPRECORD *b, uint32_t struct_size, uint32_t *size, bool
   Scratch resolved, turned;
   const int32_t depth = dib_depth(b);
   if (depth <= 8 && depth != b->nBitsPerPixel) {
-    const int32_t status = rv::dib::resolve_to_palette(source, &resolved.record, depth);
-    if (status == SUCCESS) {
-      resolved.made = true;
-      source = &resolved.record;
-    } else if (status != ERROR_FEATURE_NOT_SUPPORTED) {
-      return nullptr;
-    }
+    if (rv::dib::resolve_to_palette(source, &resolved.record, depth) != SUCCESS) return nullptr;
+    resolved.made = true;
+    source = &resolved.record;
   }
   if (!dib_view(source->nViewPerspective)) {
     if (rv::dib::change_to_dib_view(&turned.record, source) != SUCCESS) return nullptr;
@@ -286,17 +282,27 @@ RVHANDLE Rv_ChangeToDIB(BITMAPRECORD *pBitmap, uint32_t uStructSize) noexcept {
       rv::dib::change_to_dib_view(nullptr, pBitmap) != SUCCESS) {
     return nullptr;
   }
+  // A palette depth a DIB can't hold goes through colour resolution first.
+  Scratch resolved;
+  BITMAPRECORD *source = pBitmap;
+  const int32_t depth = dib_depth(pBitmap);
+  if (depth <= 8 && depth != pBitmap->nBitsPerPixel) {
+    if (rv::dib::resolve_to_palette(pBitmap, &resolved.record, depth) != SUCCESS) return nullptr;
+    resolved.made = true;
+    source = &resolved.record;
+  }
   Target t;
-  if (plan(pBitmap, &t) != SUCCESS) return nullptr;
+  if (plan(source, &t) != SUCCESS) return nullptr;
   RVHANDLE handle;
-  if (!t.convert && pBitmap->nViewPerspective == VIEW_BOTTOM_LEFT && owns_movable_block(pBitmap)) {
+  if (source == pBitmap && !t.convert && pBitmap->nViewPerspective == VIEW_BOTTOM_LEFT &&
+      owns_movable_block(pBitmap)) {
     handle = take_over_block(pBitmap, t);
     if (handle == nullptr) return nullptr;
   } else {
     handle = Rv_OsAllocHandle(RV_DIB_HANDLE_FLAGS, static_cast<size_t>(t.total));
     auto *out = static_cast<uint8_t *>(Rv_OsLockHandle(handle));
     if (out == nullptr) return nullptr;
-    if (write(pBitmap, t, false, out) != SUCCESS) {
+    if (write(source, t, false, out) != SUCCESS) {
       Rv_OsFreeHandle(handle);
       return nullptr;
     }

@@ -53,8 +53,12 @@ int32_t resize_nearest(BITMAPRECORD *src, BITMAPRECORD *dst) noexcept {
 // resolution does with an optimised palette for 8 bits and less and
 // blue-green-red order above. Until colour resolution joins the library a
 // change of depth is refused.
-int32_t colour_resolve_for_resize(BITMAPRECORD *, const BITMAPRECORD *) noexcept {
-  return ERROR_FEATURE_NOT_SUPPORTED;
+// Brings the temporary, in place, to the destination's depth: an optimised
+// palette for palette depths, blue-green-red above them.
+int32_t colour_resolve_for_resize(BITMAPRECORD *temporary, const BITMAPRECORD *dst) noexcept {
+  const uint32_t flags = dst->nBitsPerPixel <= 8 ? COLORRES_OPTIMIZED_PALETTE : COLORRES_ORDER_BGR;
+  return Rv_ColorResBitmap(temporary, temporary, temporary->uStructSize, dst->nBitsPerPixel, flags, nullptr, nullptr,
+                           0, nullptr, nullptr);
 }
 
 bool views_compatible(int32_t a, int32_t b) noexcept {
@@ -104,6 +108,12 @@ int32_t Rv_ResizeBitmap(BITMAPRECORD *pSrc, BITMAPRECORD *pDst, uint32_t uFlags)
   }
   // 4. The resize, then the destination's own region and overlays.
   if (status == SUCCESS) status = Rv_IntResizeBitmap(source, pDst, uFlags);
+  // The indices copied mean the source's colours (after colour resolution,
+  // its optimised palette's): the destination takes that palette with them.
+  if (status == SUCCESS && pDst->nBitsPerPixel <= 8 && source->nBitsPerPixel == pDst->nBitsPerPixel &&
+      source->pPalette != nullptr && pDst->pPalette != source->pPalette) {
+    status = Rv_CopyBitmapPalette(pDst, source);
+  }
   if (status == SUCCESS && pDst->pRgnInfo != source->pRgnInfo) {
     status = rv::resize::scale_region_from(pDst, source->nWidth, source->nHeight);
   }

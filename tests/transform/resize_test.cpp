@@ -1,6 +1,4 @@
 #include <gtest/gtest.h>
-
-#include <algorithm>
 #include <numeric>
 #include <random>
 #include <vector>
@@ -201,12 +199,23 @@ TEST(ResizeBitmap, NearestSamplesAndFallingRows) {
   EXPECT_EQ(Rv_ResizeBitmap(src.get(), other.get(), 0), ERROR_INVALID_STRUCT_SIZE);
   other->uStructSize = RV_BITMAPRECORD_SIZE;
   // Another perspective is reached through a temporary: 1 to 2 mirrors the
-  // stored rows. A change of depth waits for colour resolution.
+  // stored rows.
   dst->nViewPerspective = VIEW_TOP_RIGHT;
   ASSERT_EQ(Rv_ResizeBitmap(src.get(), dst.get(), 0), SUCCESS);
   EXPECT_EQ(rztest::values(dst.get(), 0), (std::vector<uint32_t>{3, 3, 2, 2, 1, 1}));
   EXPECT_EQ(src->nViewPerspective, VIEW_TOP_LEFT);
-  EXPECT_EQ(Rv_ResizeBitmap(src.get(), other.get(), 0), ERROR_FEATURE_NOT_SUPPORTED);
+  // Another depth is reached by colour resolution of a temporary copy: an
+  // 8-bit destination gets the optimised palette's colours.
+  ASSERT_EQ(Rv_ResizeBitmap(src.get(), other.get(), 0), SUCCESS);
+  EXPECT_EQ(src->nBitsPerPixel, 24);
+  rvtest::Bitmap two, four;
+  ASSERT_TRUE(rztest::make(two.get(), 2, 1, 24, ORDER_BGR));
+  ASSERT_TRUE(rztest::make(four.get(), 4, 1, 8, 0));
+  Rv_PutPixelColor(two.get(), 0, 0, RV_RGB(255, 0, 0));
+  Rv_PutPixelColor(two.get(), 0, 1, RV_RGB(0, 0, 255));
+  ASSERT_EQ(Rv_ResizeBitmap(two.get(), four.get(), 0), SUCCESS);
+  EXPECT_EQ(Rv_GetPixelColor(four.get(), 0, 0), RV_RGB(255, 0, 0));
+  EXPECT_EQ(Rv_GetPixelColor(four.get(), 0, 3), RV_RGB(0, 0, 255));
 }
 
 TEST(SizeBitmap, ChecksAndTheSameSize) {

@@ -70,13 +70,6 @@ int run_convert(int argc, char **argv) {
     std::fprintf(stderr, "rvimg: %s\n", error.c_str());
     return kExitUsage;
   }
-  // Nothing is read or written when an operation can't be done.
-  for (const Step &step : steps) {
-    if (step.op->run == nullptr) {
-      std::fprintf(stderr, "rvimg: %s\n", not_available(step).c_str());
-      return kExitNotAvailable;
-    }
-  }
   Picture picture;
   int32_t status = read_reporting(argv[0], picture.get());
   if (status != SUCCESS) return report(argv[0], status);

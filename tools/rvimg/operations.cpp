@@ -1,6 +1,7 @@
-// The operations table. Each operation is one row; an operation whose kernel
-// call isn't in this kernel yet has no function, and says so when asked for.
+// The operations table: each operation is one row with the kernel call it makes.
 #include "operations.h"
+
+#include "bmpfile.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -80,6 +81,42 @@ int32_t run_resize(BITMAPRECORD *picture, const Step &step) {
   return Rv_SizeBitmap(picture, width, height, step.flags());
 }
 
+bool is_palette_word(const std::string &word);
+
+// A palette taken from a BMP file of up to 8 bits, for --palette FILE.
+struct FilePalette {
+  BITMAPRECORD bitmap{};
+  ~FilePalette() { Rv_FreeBitmap(&bitmap); }
+};
+
+int32_t run_bits(BITMAPRECORD *picture, const Step &step) {
+  const auto bits = static_cast<int32_t>(std::strtol(step.arg.c_str(), nullptr, 10));
+  const uint32_t flags = step.flags();
+  uint32_t colors = 0;
+  if (const std::string *count = step.option("--colors")) colors = static_cast<uint32_t>(std::strtoul(count->c_str(), nullptr, 10));
+  RGBQUAD *palette = nullptr;
+  HRVPALETTE object = nullptr;
+  FilePalette from_file;
+  const std::string *word = step.option("--palette");
+  if (word != nullptr && !is_palette_word(*word)) {
+    const int32_t status = read_bmp_file(word->c_str(), &from_file.bitmap);
+    if (status != SUCCESS) return status;
+    if (from_file.bitmap.pPalette == nullptr) return ERROR_INVALID_PARAMETER;
+    // A palette comes with its count: all of the file's, unless --colors says fewer.
+    if (colors == 0) colors = static_cast<uint32_t>(from_file.bitmap.nColors);
+    if (flags & 0x100u) {
+      object = Rv_CreatePalette(from_file.bitmap.pPalette, from_file.bitmap.nColors);
+      if (object == nullptr) return ERROR_NO_MEMORY;
+    } else {
+      palette = from_file.bitmap.pPalette;
+    }
+  }
+  const int32_t status =
+      Rv_ColorResBitmap(picture, picture, picture->uStructSize, bits, flags, palette, object, colors, nullptr, nullptr);
+  if (object != nullptr) Rv_WinDeleteObject(object);
+  return status;
+}
+
 int32_t run_flip(BITMAPRECORD *picture, const Step &) { return Rv_FlipBitmap(picture); }
 int32_t run_reverse(BITMAPRECORD *picture, const Step &) { return Rv_ReverseBitmap(picture); }
 
@@ -105,8 +142,15 @@ constexpr Choice kInterpolation[] = {{"nearest", 0}, {"linear", 0x2}, {"cubic", 
 
 #define CHOICES(table) table, std::size(table)
 
+bool is_palette_word(const std::string &word) {
+  for (const Choice &c : kPalettes) {
+    if (word == c.word) return true;
+  }
+  return false;
+}
+
 const Operation kOperations[] = {
-    {"--bits", "N", 1, is_depth, nullptr, "Rv_ColorResBitmap",
+    {"--bits", "N", 1, is_depth, run_bits, "Rv_ColorResBitmap",
      "colour resolution to N bits per pixel (1-8, 12, 16, 24, 32, 48, 64)"},
     {"--resize", "WxH", 1, is_size, run_resize, "Rv_SizeBitmap", "resize to W x H pixels"},
     {"--rotate", "DEGREES", 1, is_angle, run_rotate, "Rv_RotateBitmap",
@@ -241,21 +285,10 @@ void print_operations(FILE *out) {
   std::fprintf(out, "operations, applied in the order given, each followed by its options:\n");
   for (const Operation &op : kOperations) {
     std::fprintf(out, "  %s %-28s %s\n", op.name, op.args, op.help);
-    if (op.run == nullptr) std::fprintf(out, "  %*s (not in this kernel yet: needs %s)\n", 16, "", op.call);
     for (const Option &o : kOptions) {
       if (std::strcmp(o.of, op.name) == 0) std::fprintf(out, "      %s %s\n          %s\n", o.name, o.args, o.help);
     }
   }
-}
-
-std::string not_available(const Step &step) {
-  std::string text = std::string(step.op->name) + " is not available in this kernel yet: it needs " + step.op->call;
-  if (const uint32_t flags = step.flags(); flags != 0) {
-    char hex[16];
-    std::snprintf(hex, sizeof hex, "0x%X", flags);
-    text += std::string(" (with flags ") + hex + ")";
-  }
-  return text;
 }
 
 }  // namespace rvimg

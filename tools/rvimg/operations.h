@@ -23,7 +23,7 @@ struct Operation {
   const char *args;  // its arguments as --help spells them
   int arg_count;     // 0 or 1
   CheckFn check;     // whether an argument is well formed
-  RunFn run;         // null while this kernel lacks the call
+  RunFn run;         // the call
   const char *call;  // the kernel call that does it
   const char *help;
 };
@@ -62,8 +62,5 @@ bool parse_steps(const std::vector<std::string> &words, std::vector<Step> *steps
 
 // The operations and options with their spellings.
 void print_operations(FILE *out);
-
-// The line printed for a step this kernel can't run yet.
-std::string not_available(const Step &step);
 
 }  // namespace rvimg

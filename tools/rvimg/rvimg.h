@@ -12,10 +12,9 @@ int run_convert(int argc, char **argv);
 int run_demo(int argc, char **argv);
 
 // Exit codes: 0 done, 1 the kernel refused (its message was printed), 2 a
-// command line it can't take, 3 an operation this kernel doesn't have yet.
+// command line it can't take.
 constexpr int kExitFailed = 1;
 constexpr int kExitUsage = 2;
-constexpr int kExitNotAvailable = 3;
 
 // The name of a status code, from the kernel's table of codes.
 const char *status_name(int code);
