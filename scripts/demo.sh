@@ -4,6 +4,6 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/bootstrap.sh
-cmake --preset release -DRV_BUILD_TESTS=OFF -DRV_BUILD_BENCH=OFF >/dev/null
+cmake --preset release >/dev/null
 cmake --build --preset release --target rvimg
 exec build/release/tools/rvimg demo "$@"
